@@ -1,0 +1,150 @@
+//===- classregistry.cpp - Registration of the class table ----------------===//
+#include "core/classregistry.h"
+
+#include "basic_types/iterstack.h"
+#include "basic_types/map.h"
+#include "core/classfactory.h"
+#include "core/classids.h"
+#include "core/datamodelinit.h"
+#include "core/ikivcomponentmanager.h"
+#include "core/lookup.h"
+#include "kivbasictypes/kivcstring.h"
+#include "kivbasictypes/writequeue.h"
+#include "model/dataevent.h"
+#include "model/dataeventargs.h"
+#include "model/database.h"
+#include "model/dataobject.h"
+#include "model/dataobjectarraylistener.h"
+#include "model/dynamicdataobject.h"
+#include "model/internaldataobject.h"
+#include "model/opaquedata.h"
+#include "model/progress.h"
+#include "model/progresslistener.h"
+#include "model/relationship.h"
+#include "properties/boolproperty.h"
+#include "properties/dirindex.h"
+#include "properties/doubleproperty.h"
+#include "properties/gridindex.h"
+#include "properties/intproperty.h"
+#include "properties/kivboundsproperty.h"
+#include "properties/kivcolorproperty.h"
+#include "properties/kivmaterialproperty.h"
+#include "properties/objectproperty.h"
+#include "properties/propertymap.h"
+#include "properties/stringproperty.h"
+#include "properties/transform3dproperty.h"
+#include "properties/vectorproperty.h"
+
+namespace {
+
+// Owns the name arrays; they go with the process-wide map at exit.
+class InterfaceRegistry : public Map<KivClassId, IterStack<KivCString>*> {
+public:
+  InterfaceRegistry() : Map(17) {}
+  ~InterfaceRegistry() {
+    Iterator it(*this);
+    for (bool more = it.first(); more; more = it.next())
+      delete it.value();
+  }
+};
+
+InterfaceRegistry& interfaceRegistry() {
+  static InterfaceRegistry registry;
+  return registry;
+}
+
+// Each class gets one static item factory, made at its first registration.
+template <class T>
+KivItemFactory* newInstanceFactory(const KivClassRow& row) {
+  static KivTClassItemFactory<T> factory(row.id, row.name);
+  return &factory;
+}
+
+template <class T>
+KivItemFactory* singletonFactory(const KivClassRow& row) {
+  static KivSingletonTClassItemFactory<T> factory(row.id, row.name);
+  return &factory;
+}
+
+struct BuiltClass {
+  const char* name;
+  KivItemFactory* (*makeFactory)(const KivClassRow& row);
+};
+
+// The classes of the table that exist in this build. A row without an entry
+// here is not registered, so the manager never hands out a class that is not
+// there.
+const BuiltClass kBuiltClasses[] = {
+    {"Progress", &singletonFactory<Progress>},
+    {"ProgressInstance", &newInstanceFactory<ProgressInstance>},
+    {"ProgressListener", &newInstanceFactory<ProgressListener>},
+    {"DatamodelInit", &newInstanceFactory<DatamodelInit>},
+    {"DatamodelShutdownListener", &newInstanceFactory<DatamodelShutdownListener>},
+    {"WriteQueue", &singletonFactory<WriteQueue>},
+    {"DataEvent", &newInstanceFactory<DataEvent>},
+    {"DataEventArgs", &newInstanceFactory<DataEventArgs>},
+    {"PropertyMap", &newInstanceFactory<PropertyMap>},
+    {"BoolProperty", &newInstanceFactory<BoolProperty>},
+    {"IntProperty", &newInstanceFactory<IntProperty>},
+    {"DoubleProperty", &newInstanceFactory<DoubleProperty>},
+    {"StringProperty", &newInstanceFactory<StringProperty>},
+    {"DataObject", &newInstanceFactory<DataObject>},
+    {"DynamicDataObject", &newInstanceFactory<DynamicDataObject>},
+    {"InternalDataObject", &newInstanceFactory<InternalDataObject>},
+    {"OpaqueData", &newInstanceFactory<OpaqueData>},
+    {"DataObjectArrayListener", &newInstanceFactory<DataObjectArrayListener>},
+    {"Relationship", &newInstanceFactory<Relationship>},
+    {"Database", &singletonFactory<Database>},
+    {"Vector2DProperty", &newInstanceFactory<Vector2DProperty>},
+    {"Vector2FProperty", &newInstanceFactory<Vector2FProperty>},
+    {"Vector3DProperty", &newInstanceFactory<Vector3DProperty>},
+    {"Transform3DProperty", &newInstanceFactory<Transform3DProperty>},
+    {"KivBoundsProperty", &newInstanceFactory<KivBoundsProperty>},
+    {"KivColorProperty", &newInstanceFactory<KivColorProperty>},
+    {"KivMaterialProperty", &newInstanceFactory<KivMaterialProperty>},
+    {"GridIndex", &newInstanceFactory<GridIndex>},
+    {"GridIndexProperty", &newInstanceFactory<GridIndexProperty>},
+    {"DirIndex", &newInstanceFactory<DirIndex>},
+    {"DirIndexProperty", &newInstanceFactory<DirIndexProperty>},
+    {"ObjectProperty", &newInstanceFactory<ObjectProperty>},
+};
+
+const BuiltClass* builtClass(const char* name) {
+  for (const BuiltClass& built : kBuiltClasses)
+    if (std::strcmp(built.name, name) == 0)
+      return &built;
+  return nullptr;
+}
+
+} // namespace
+
+void registerInterface(const KivClassId& id, const char* name) {
+  InterfaceRegistry& registry = interfaceRegistry();
+  IterStack<KivCString>*& names = registry[id];
+  if (!names)
+    names = new IterStack<KivCString>(20);
+  names->push(KivCString(name));
+  if (IKivComponentManager* manager = componentManager())
+    manager->registerInterface(KivCString::view(name), id);
+}
+
+const IterStack<KivCString>* registeredInterfaces(const KivClassId& id) {
+  auto* node = interfaceRegistry().find(id);
+  return node ? node->value : nullptr;
+}
+
+bool registerClasses() {
+  static bool registered = false;
+  if (registered)
+    return true;
+  registered = true;
+  for (const KivClassRow& row : kClassTable) {
+    const BuiltClass* built = builtClass(row.name);
+    if (!built)
+      continue;
+    built->makeFactory(row);
+    if (row.interfaceName)
+      registerInterface(row.id, row.interfaceName);
+  }
+  return true;
+}

@@ -1,0 +1,83 @@
+//===- referencehost.h - A complete host for building and testing -*- C++ -*-===//
+//
+// ReferenceHost builds a TovComponentManager, registers the host's services
+// under their interface names ("IDataStore", "IKivLog3", "IKivErrorService",
+// "IKivAssertHandlerCB", "IKivDirService", "IKivMManager",
+// "IKivPersistentRefMap", and "IKivTranslatorService" when a table is given),
+// writes the directory keys "Directories/Logs Directory" and
+// "Directories/Temp Directory", installs the manager for this process's copy
+// of the library code and loads component libraries by path.
+//
+// Invariants a user must know:
+//  - One ReferenceHost at a time per process: the host side has one manager
+//    slot, which the constructor fills and the destructor empties.
+//  - The destructor shuts the manager down (listeners, components, services,
+//    newest first). A manager that has initialised a library is then kept
+//    alive, answering only reference counts, until the process ends: the
+//    library stays loaded and its static caches release their references at
+//    exit through it.
+//  - Service accessors give pointers without a reference, valid for the
+//    host's lifetime.
+//
+//===----------------------------------------------------------------------===//
+#pragma once
+
+#include "core/kivptr.h"
+
+#include <string>
+
+class HostAssertHandler;
+class HostDataStore;
+class HostDirService;
+class HostErrorService;
+class HostLog;
+class HostMemoryManager;
+class HostPersistentRefMap;
+class HostTranslatorService;
+class IKivComponent;
+class TovComponentManager;
+
+struct ReferenceHostOptions {
+  std::string logsDirectory;     // empty: the directory service's default
+  std::string tempDirectory;     // empty: the directory service's default
+  std::string translationTable;  // empty: no IKivTranslatorService
+  bool abortOnAssert = true;     // false: assertions are counted and printed
+  bool echo = true;              // log lines and error reports also on stderr
+  bool logFile = true;           // false: the log writes no file
+};
+
+class ReferenceHost {
+public:
+  explicit ReferenceHost(const ReferenceHostOptions& options = ReferenceHostOptions());
+  ~ReferenceHost();
+  ReferenceHost(const ReferenceHost&) = delete;
+  ReferenceHost& operator=(const ReferenceHost&) = delete;
+
+  // Null on failure; lastError() says why in one line. The first library
+  // loaded also becomes the "components" directory unless one was set.
+  IKivComponent* loadLibrary(const char* path);
+  std::string lastError() const;
+
+  TovComponentManager* manager() const { return manager_.get(); }
+  HostDataStore* dataStore() const { return dataStore_.get(); }
+  HostLog* log() const { return log_.get(); }
+  HostErrorService* errorService() const { return errorService_.get(); }
+  HostAssertHandler* assertHandler() const { return assertHandler_.get(); }
+  HostDirService* directories() const { return directories_.get(); }
+  HostMemoryManager* memoryManager() const { return memoryManager_.get(); }
+  HostPersistentRefMap* persistentRefMap() const { return persistentRefMap_.get(); }
+  // Null unless a translation table was given and could be read.
+  HostTranslatorService* translatorService() const { return translatorService_.get(); }
+
+private:
+  IPtr<TovComponentManager> manager_;
+  IPtr<HostDirService> directories_;
+  IPtr<HostDataStore> dataStore_;
+  IPtr<HostLog> log_;
+  IPtr<HostErrorService> errorService_;
+  IPtr<HostAssertHandler> assertHandler_;
+  IPtr<HostMemoryManager> memoryManager_;
+  IPtr<HostPersistentRefMap> persistentRefMap_;
+  IPtr<HostTranslatorService> translatorService_;
+  std::string setupError_;
+};

@@ -1,0 +1,136 @@
+#include "core/component.h"
+
+#include "core/classids.h"
+#include "core/componentinfo.h"
+#include "core/ikivcomponent.h"
+#include "core/kivptr.h"
+#include "core/lookup.h"
+#include "fakemanager.h"
+#include "model/iprogress.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+namespace {
+
+// The whole road from the export to working objects, in the order a host
+// takes it; the class registration runs once per process.
+TEST(Component, FromEntryPointToObjects) {
+  uint32_t api = 7;
+  EXPECT_EQ(EntryPoint(&api, nullptr), 0);
+  EXPECT_EQ(api, 7u);
+
+  IKivComponent* raw = nullptr;
+  ASSERT_EQ(EntryPoint(&api, &raw), 1);
+  EXPECT_EQ(api, 100u);
+  ASSERT_NE(raw, nullptr);
+  EXPECT_EQ(raw->refCount(), 0u);
+  IPtr<IKivComponent> component(raw);
+  EXPECT_STREQ(component->version(), "5.3.21.373382");
+  EXPECT_STREQ(component->className(), "KivStaticBaseComponent");
+
+  auto* internal = kivQuery<IKivCompInternal>(component.get(), "IKivCompInternal");
+  ASSERT_NE(internal, nullptr);
+  EXPECT_STREQ(internal->name(), "datamodelcmp");
+  EXPECT_EQ(*internal->classId(), kComponentClassId);
+
+  // Between EntryPoint and initialize the class factory is empty.
+  EXPECT_EQ(internal->classCount(), 0);
+  IKivUnknown* object = reinterpret_cast<IKivUnknown*>(0x1);
+  EXPECT_EQ(component->createInstance(classIdOf("Progress"), &object), 0);
+  EXPECT_EQ(object, reinterpret_cast<IKivUnknown*>(0x1));
+
+  FakeManager manager;
+  manager.component = component.get();
+  component->initialize(&manager);
+  EXPECT_EQ(componentManager(), &manager);
+
+  // Every registered class enumerates once, with its name, and every class
+  // with an interface name reached the manager.
+  std::set<std::string> seen;
+  KivClassId id;
+  for (bool more = internal->firstClass(&id); more; more = internal->nextClass(&id)) {
+    const char* name = internal->classNameOf(id);
+    ASSERT_NE(name, nullptr);
+    EXPECT_TRUE(seen.insert(name).second) << name;
+    const KivClassRow* row = findClassRow(name);
+    ASSERT_NE(row, nullptr) << name;
+    EXPECT_EQ(row->id, id);
+    if (row->interfaceName) {
+      EXPECT_TRUE(manager.interfaces.count(row->interfaceName)) << row->interfaceName;
+    }
+  }
+  EXPECT_EQ(static_cast<int32_t>(seen.size()), internal->classCount());
+  EXPECT_TRUE(seen.count("DatamodelInit"));
+  EXPECT_EQ(internal->classNameOf(KivClassId()), nullptr);
+
+  // A singleton: the same object and kind 2 both times, held by its factory.
+  IKivUnknown* first = nullptr;
+  IKivUnknown* second = nullptr;
+  EXPECT_EQ(component->createInstance(classIdOf("Progress"), &first), 2);
+  EXPECT_EQ(first->refCount(), 1u);
+  EXPECT_EQ(component->createInstance(classIdOf("Progress"), &second), 2);
+  EXPECT_EQ(first, second);
+
+  // A new-instance class: two objects, kind 1, refCount 0 each.
+  IKivUnknown* a = nullptr;
+  IKivUnknown* b = nullptr;
+  EXPECT_EQ(component->createInstance(classIdOf("ProgressInstance"), &a), 1);
+  EXPECT_EQ(component->createInstance(classIdOf("ProgressInstance"), &b), 1);
+  EXPECT_NE(a, b);
+  EXPECT_EQ(a->refCount(), 0u);
+  IPtr<IKivUnknown> holdA(a), holdB(b);
+
+  // By interface name through the manager, as a client asks.
+  SPtr<IProgress> progress("IProgress");
+  ASSERT_TRUE(progress);
+  EXPECT_EQ(static_cast<IKivUnknown*>(progress.get()), first);
+  progress->report(0.5f);  // no callback service: nothing happens
+  EXPECT_FALSE(progress->isCancelled());
+
+  internal->setContainerName(KivCString("box"));
+  EXPECT_STREQ(internal->containerName().c_str(), "box");
+  internal->setContainerName(KivCString());
+
+  holdA.clear();
+  holdB.clear();
+  progress.clear();
+  component->shutdown();
+  EXPECT_EQ(componentManager(), nullptr);
+}
+
+TEST(Component, BreakFlagFromEnvironment) {
+  struct Case {
+    const char* name;
+    const char* value;
+    bool expected;
+  };
+  const Case cases[] = {{"unset", nullptr, true}, {"zero", "0", false}, {"one", "1", true},
+                        {"double_zero", "00", true}, {"empty", "", true}};
+  for (const Case& c : cases)
+    EXPECT_EQ(parseBreakEnabled(c.value), c.expected) << c.name;
+}
+
+class CountingTestService : public IKivTestService {
+public:
+  void queryInterface(const char* name, void** out) override {
+    *out = nullptr;
+    if (name && !kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out))
+      kivAnswer(name, "IKivTestService", static_cast<IKivTestService*>(this), out);
+  }
+  const char* className() const override { return "CountingTestService"; }
+  void runTest(IKivUnknown*) override { ++calls; }
+  int calls = 0;
+};
+
+TEST(Component, RunTestsWithoutEntriesCallsNothing) {
+  KivStaticBaseComponent component;
+  CountingTestService service;
+  component.runTests(&service);
+  EXPECT_EQ(service.calls, 0);
+  component.runTests(nullptr);  // no error service without a manager: nothing told
+}
+
+} // namespace
