@@ -1,0 +1,74 @@
+//===- kivplatform.h - What the system needs of the operating system -*- C++ -*-===//
+//
+// The one place that talks to the operating system for memory figures, the
+// process id, the high-resolution counter, the message on the way out, the
+// spill file and the files of the binary and descriptor streams. Nothing else
+// includes a system header for these things. All figures are in bytes; a
+// query that cannot be answered returns false and leaves its outputs as they
+// were. Paths are UTF-8.
+//
+// The memory figures keep the shape of the Windows status record the rest of
+// the system was designed around; kivplatform_posix.cpp says how each field
+// is obtained on Linux.
+//
+//===----------------------------------------------------------------------===//
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+namespace kivplatform {
+
+struct MemoryStatus {
+  uint64_t totalPhysical = 0;
+  uint64_t availablePhysical = 0;
+  uint64_t totalPageFile = 0;       // swap space alone (see the .cpp)
+  uint64_t availablePageFile = 0;
+  uint64_t totalVirtual = 0;        // address space the process may use
+  uint64_t availableVirtual = 0;
+  uint64_t availableExtendedVirtual = 0;
+};
+
+bool memoryStatus(MemoryStatus* out);
+// Resident set of this process now and at its peak.
+bool processWorkingSet(uint64_t* current, uint64_t* peak);
+
+uint32_t processId();
+// A monotonic counter in nanoseconds; only differences and low bits matter.
+uint64_t highResolutionCounter();
+
+// The last word before the process ends: one block on stderr, title first.
+void showFatalMessage(const char* title, const char* text);
+
+// A file opened for reading and writing, created if absent and truncated,
+// that disappears at the latest when it is closed. -1 on failure.
+int openDeleteOnClose(const char* path);
+// Bytes actually written or read; short counts mean failure or end of file.
+int64_t writeFile(int handle, const void* data, int64_t bytes);
+int64_t readFile(int handle, void* data, int64_t bytes);
+bool rewindFile(int handle);
+void closeFile(int handle);
+
+// Buffered streams of the binary files. Offsets are 64-bit everywhere; origin
+// is 0 from the start, 1 from the current position, 2 from the end.
+std::FILE* openStream(const char* path, const char* mode);
+bool seekStream(std::FILE* file, int64_t offset, int origin);
+int64_t tellStream(std::FILE* file);  // -1 on failure
+// fflush, then push the data to the disk; true only if both worked.
+bool commitStream(std::FILE* file);
+bool isReadable(const char* path);
+// Removes a file's name; true if it was removed.
+bool removeFile(const char* path);
+
+// Descriptors of the descriptor stream buffer. Permissions of a created file
+// are 0600; there is no binary/text distinction here.
+int openDescriptor(const char* path, bool read, bool write, bool create, bool truncate,
+                   bool append);
+// One system call each (interrupted calls are repeated): the bytes moved, 0 at
+// the end of the file, -1 on error.
+int64_t readOnce(int handle, void* data, int64_t bytes);
+int64_t writeOnce(int handle, const void* data, int64_t bytes);
+// The new offset from the start, -1 on failure.
+int64_t seekDescriptor(int handle, int64_t offset, int origin);
+
+} // namespace kivplatform
