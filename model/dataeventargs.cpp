@@ -1,0 +1,24 @@
+//===- dataeventargs.cpp - What travels with an event ---------------------===//
+#include "model/dataeventargs.h"
+
+#include "core/classwalk.h"
+
+DataEventArgs::DataEventArgs() { setFlags(kMapArgsFlag | kMapPropertyEvents); }
+
+void DataEventArgs::queryInterface(const char* name, void** out) {
+  if (!name) {
+    KivClassWalk* walk = kivWalkOf(out);
+    kivWalkClass(walk, "DataEventArgs");
+    PropertyMap::queryInterface(nullptr, out);
+    kivWalkEnd(walk);
+    kivWalkInterface(walk, "IKivDataEventArgs");
+    return;
+  }
+  *out = nullptr;
+  if (kivAnswer(name, "DataEventArgs", this, out) ||
+      kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out))
+    return;
+  PropertyMap::queryInterface(name, out);
+  if (!*out)
+    kivAnswer(name, "IKivDataEventArgs", static_cast<IKivDataEventArgs*>(this), out);
+}
