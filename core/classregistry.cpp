@@ -34,6 +34,9 @@
 #include "properties/stringproperty.h"
 #include "properties/transform3dproperty.h"
 #include "properties/vectorproperty.h"
+#include "undo/undoinfo.h"
+#include "undo/undomanager.h"
+#include "undo/undomanagerlistener.h"
 
 namespace {
 
@@ -107,6 +110,9 @@ const BuiltClass kBuiltClasses[] = {
     {"DirIndex", &newInstanceFactory<DirIndex>},
     {"DirIndexProperty", &newInstanceFactory<DirIndexProperty>},
     {"ObjectProperty", &newInstanceFactory<ObjectProperty>},
+    {"UndoInfo", &newInstanceFactory<UndoInfo>},
+    {"UndoManager", &newInstanceFactory<UndoManager>},
+    {"UndoManagerListener", &newInstanceFactory<UndoManagerListener>},
 };
 
 const BuiltClass* builtClass(const char* name) {

@@ -5,6 +5,7 @@
 #include "core/classwalk.h"
 #include "core/platformexception.h"
 #include "kivbasictypes/messageformat.h"
+#include "undo/dynamicobjectundoinfo.h"
 
 namespace {
 
@@ -52,6 +53,8 @@ const char* DynamicDataObject::scriptClassName() const {
 const KivClassId* DynamicDataObject::classId() { return &classIdOf(kClassName); }
 
 IKivDataObject* DynamicDataObject::clone() { return new DynamicDataObject(*this); }
+
+IKivUndoInfo* DynamicDataObject::createUndoInfo(bool) { return new DynamicObjectUndoInfo(this); }
 
 void DynamicDataObject::removeProperty(const char* name) {
   if (!hasProperty(name)) {

@@ -41,8 +41,9 @@ public:
 
   const KivClassId* classId() override;
   IKivDataObject* clone() override;
-  // No undo record in this build yet: null, as on a plain DataObject.
-  IKivUndoInfo* createUndoInfo(bool) override { return nullptr; }
+  // A picture record (DynamicObjectUndoInfo) of the properties as they are
+  // now; the option is ignored.
+  IKivUndoInfo* createUndoInfo(bool option) override;
 
   using PropertyMap::removeProperty;
   void removeProperty(const char* name) override;

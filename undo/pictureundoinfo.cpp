@@ -1,0 +1,90 @@
+//===- pictureundoinfo.cpp - A record made of two property pictures -------===//
+#include "undo/pictureundoinfo.h"
+
+#include "core/kivptr.h"
+#include "model/dataobject.h"
+#include "properties/propertymap.h"
+
+PictureUndoInfo::PictureUndoInfo(DataObject* object) : object_(object) {
+  before_ = pictureOf(object);
+  object->addLifetimeListener(this);
+}
+
+PictureUndoInfo::~PictureUndoInfo() {
+  if (object_)
+    object_->removeLifetimeListener(this);
+  freePictures();
+}
+
+PropertyMap* PictureUndoInfo::pictureOf(DataObject* object) {
+  auto* picture = new PropertyMap;
+  picture->copyFrom(*object);
+  return picture;
+}
+
+void PictureUndoInfo::freePictures() {
+  delete before_;
+  before_ = nullptr;
+  delete after_;
+  after_ = nullptr;
+}
+
+void PictureUndoInfo::finish() {
+  if (!object_)
+    return;
+  PropertyMap* picture = pictureOf(object_);
+  delete after_;
+  after_ = picture;
+}
+
+void PictureUndoInfo::undo() { writeBack(before_); }
+
+void PictureUndoInfo::redo() { writeBack(after_); }
+
+void PictureUndoInfo::writeBack(const PropertyMap* picture) {
+  if (!picture || !object_ || writing_)
+    return;
+  writing_ = true;
+  struct Reset {
+    PictureUndoInfo* self;
+    ~Reset() {
+      self->writing_ = false;
+      if (!self->object_)
+        self->freePictures();
+    }
+  } reset{this};
+  for (const auto& entry : picture->properties()) {
+    IKivProperty* source = entry.second;
+    if (!source || source->isReadOnly())
+      continue;
+    // Held, so that a subscriber that removes the property from the object
+    // during its event doesn't pull it away under copyValue.
+    IPtr<IKivProperty> target(object_->hasProperty(entry.first)
+                                  ? object_->getProperty(entry.first)
+                                  : nullptr);
+    if (!target)
+      continue;
+    target->copyValue(source);
+    // A subscriber may have let the object die.
+    if (!object_)
+      return;
+    assigned(entry.first);
+    if (!object_)
+      return;
+  }
+}
+
+uint64_t PictureUndoInfo::getSize() {
+  uint64_t size = 0;
+  if (before_)
+    size += before_->memorySize();
+  if (after_)
+    size += after_->memorySize();
+  return size;
+}
+
+void PictureUndoInfo::subjectDying(IKivLifetimeSubject*) {
+  object_ = nullptr;
+  if (!writing_)
+    freePictures();
+}
