@@ -159,6 +159,8 @@ void DataObject::deleteEvents() {
   delete events;
 }
 
+const char* DataObject::className() const { return kClassName; }
+
 void DataObject::queryInterface(const char* name, void** out) {
   if (!name) {
     KivClassWalk* walk = kivWalkOf(out);

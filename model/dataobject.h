@@ -61,7 +61,10 @@ public:
   ~DataObject() override;
 
   void queryInterface(const char* name, void** out) override;
-  const char* className() const override { return kClassName; }
+  // Out of line: classId() tells a plain DataObject by the address of this
+  // text, and a literal folded into another translation unit may stand at
+  // another address.
+  const char* className() const override;
 
   // IKivDataObject.
   int64_t id() const override { return id_; }
