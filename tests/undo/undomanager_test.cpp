@@ -1,0 +1,409 @@
+#include "undo/undomanager.h"
+
+#include "core/classids.h"
+#include "model/dataobject.h"
+#include "model/dynamicdataobject.h"
+#include "undosupport.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr uint64_t A = 0xA0000000A;  // two history lines
+constexpr uint64_t B = 0xB;
+
+class UndoManagerTest : public ::testing::Test {
+protected:
+  void SetUp() override { inProcessHost(); }
+
+  // The log since the last call.
+  Log take() { return std::exchange(log, {}); }
+
+  Log log;
+  IPtr<UndoManager> manager{new UndoManager};
+};
+
+TEST_F(UndoManagerTest, NewManagerAndSettings) {
+  EXPECT_EQ(manager->getMaxStackSize(), 500);
+  EXPECT_EQ(manager->getLimitMode(), 1);
+  EXPECT_EQ(manager->getStackSize(), 0);
+  EXPECT_FALSE(manager->canUndo(A) || manager->canRedo(A) || manager->canUndoAll() ||
+               manager->canRedoAll());
+  EXPECT_EQ(manager->undo(A), 2);
+  EXPECT_EQ(manager->redo(A), 2);
+  EXPECT_EQ(manager->undoAll(), 2);
+  EXPECT_EQ(manager->redoAll(), 2);
+  EXPECT_FALSE(manager->getUndoInfoQuery());
+
+  manager->setMaxMemorySize(5);
+  EXPECT_EQ(manager->getMaxMemorySize(), 5u);
+  manager->setLimitMode(1);
+  EXPECT_EQ(manager->getMaxMemorySize(), 9223372036854u);
+  manager->setMaxMemorySize(UINT64_MAX);  // saturates instead of wrapping
+  EXPECT_EQ(manager->getMaxMemorySize(), 9223372036854u);
+
+  // Each request by interface name builds a new manager.
+  SPtr<IKivUndoManager> first("IKivUndoManager");
+  SPtr<IKivUndoManager> second("IKivUndoManager");
+  ASSERT_TRUE(first && second);
+  EXPECT_NE(first.get(), second.get());
+  EXPECT_STREQ(first->className(), "UndoManager");
+  EXPECT_NE(kivQuery<UndoManager>(first, "UndoManager"), nullptr);
+  SPtr<IKivUndoManagerListener> listener("IKivUndoManagerListener");
+  ASSERT_TRUE(listener);
+  EXPECT_STREQ(listener->className(), "UndoManagerListener");
+  SPtr<IKivUndoInfo> info("IKivUndoInfo");
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->getSize(), 0u);
+  EXPECT_TRUE(info->isValid());
+}
+
+TEST_F(UndoManagerTest, BrokenRulesThrowTheirTexts) {
+  IPtr<DataObject> plain(new DataObject);
+  LogListener listener("L", &log);
+  manager->registerListener(&listener);
+  manager->startUndoBlock(A);
+  struct Case {
+    const char* name;
+    std::function<void()> call;
+    const char* text;
+  };
+  const Case cases[] = {
+      {"start_twice", [&] { manager->startUndoBlock(A); },
+       "Error in class UndoManager: startUndoBlock: already in an undo block.."},
+      {"add_object_without_block", [&] { manager->addUndoObject(B, plain, false); },
+       "Error in class UndoManager: addUndoObject: Call startUndoBlock before calling this "
+       "method.."},
+      {"add_object_null", [&] { manager->addUndoObject(A, nullptr, false); },
+       "Error in class UndoManager: addUndoObject: Object cannot be null.."},
+      {"add_object_without_undo", [&] { manager->addUndoObject(A, plain, false); },
+       "Error in class UndoManager: addUndoObject: No undo information for DataObject of "
+       "type 'DataObject'.."},
+      {"add_info_without_block", [&] { manager->addUndoInfo(B, new UndoInfo); },
+       "Error in class UndoManager: addUndoInfo: Call startUndoBlock before calling this "
+       "method.."},
+      {"add_info_null", [&] { manager->addUndoInfo(A, nullptr); },
+       "Error in class UndoManager: addUndoInfo: Undo info cannot be null.."},
+      {"end_without_block", [&] { manager->endUndoBlock(B); },
+       "Error in class UndoManager: endUndoBlock: Call startUndoBlock before calling "
+       "endUndoBlock.."},
+      {"cancel_without_block", [&] { manager->cancelUndoBlock(B); },
+       "Error in class UndoManager: cancelUndoBlock: Call startUndoBlock before calling "
+       "cancelUndoBlock.."},
+      {"negative_stack_size", [&] { manager->setMaxStackSize(-1); },
+       "Error in class UndoManager: setMaxStackSize: size must be greater than or equal to "
+       "0.."},
+      {"listener_twice", [&] { manager->registerListener(&listener); },
+       "Error in class UndoManager::registerListener: Listener has already been registered.."},
+      {"listener_null", [&] { manager->registerListener(nullptr); },
+       "Error in class UndoManager::registerListener: Listener cannot be null.."},
+      {"listener_unknown", [&] { manager->unregisterListener(nullptr); },
+       "Error in class UndoManager::unregisterListener: Listener has not been registered.."},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(failure(c.call), c.text) << c.name;
+  // Every failure left the open block open and the stack as it was.
+  EXPECT_TRUE(manager->isInUndoBlock(A));
+  EXPECT_EQ(manager->getMaxStackSize(), 500);
+  EXPECT_TRUE(manager->endUndoBlock(A));
+  EXPECT_EQ(manager->getStackSize(), 1);
+
+  // Context 0 sees the open block of any context, but a record has no block
+  // of its own to go to there.
+  manager->startUndoBlock(B);
+  EXPECT_TRUE(manager->isInUndoBlock(0));
+  EXPECT_FALSE(manager->isInUndoBlock(A));
+  EXPECT_EQ(failure([&] { manager->startUndoBlock(0); }),
+            "Error in class UndoManager: startUndoBlock: already in an undo block..");
+  IPtr<DynamicDataObject> dynamic(new DynamicDataObject);
+  EXPECT_NE(failure([&] { manager->addUndoObject(0, dynamic, false); }), "(none)");
+  manager->addUndoInfo(0, new UndoInfo);  // lands nowhere, as the rule says
+  EXPECT_TRUE(manager->cancelUndoBlock(B));
+  EXPECT_FALSE(manager->isInUndoBlock(0));
+  manager->unregisterListener(&listener);
+}
+
+TEST_F(UndoManagerTest, TwoContextsUndoAndRedoIndependently) {
+  LogListener listener("L", &log);
+  manager->registerListener(&listener);
+  closedBlock(manager, A, {"a1"}, &log);
+  closedBlock(manager, B, {"b1", "b2"}, &log);
+  closedBlock(manager, A, {"a2"}, &log);
+  EXPECT_EQ(take(), (Log{"a1 finish", "b1 finish", "b2 finish", "a2 finish"}));
+
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(manager->undo(B), 0);  // last record first
+  EXPECT_FALSE(manager->canUndo(B));
+  EXPECT_EQ(manager->undo(B), 2);
+  EXPECT_TRUE(manager->canRedo(A));
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(manager->undo(A), 2);
+  EXPECT_EQ(take(), (Log{"a2 undo", "L undo", "b2 undo", "b1 undo", "L undo", "a1 undo",
+                         "L undo"}));
+  // The whole-stack cursor didn't move.
+  EXPECT_TRUE(manager->canUndoAll());
+  EXPECT_FALSE(manager->canRedoAll());
+
+  EXPECT_EQ(manager->redo(A), 0);
+  EXPECT_EQ(manager->redo(B), 0);
+  EXPECT_EQ(manager->redo(A), 0);
+  EXPECT_EQ(manager->redo(A), 2);
+  EXPECT_EQ(take(), (Log{"a1 redo", "L redo", "b1 redo", "b2 redo", "L redo", "a2 redo",
+                         "L redo"}));
+
+  // Undo A once, then open a new A block: only A's redo branch goes.
+  manager->undo(A);
+  manager->startUndoBlock(A);
+  manager->addUndoInfo(A, new TaggedInfo("a3", &log));
+  manager->endUndoBlock(A);
+  EXPECT_EQ(take(), (Log{"a2 undo", "L undo", "L removed a2", "a3 finish"}));
+  EXPECT_EQ(manager->getStackSize(), 3);
+  EXPECT_EQ(manager->blockContext(2), B);
+  EXPECT_EQ(manager->blockContext(3), A);
+
+  // Whole stack: two steps back, then a new block cuts everything above,
+  // whatever its context.
+  EXPECT_EQ(manager->undoAll(), 0);
+  EXPECT_EQ(manager->undoAll(), 0);
+  EXPECT_TRUE(manager->canRedoAll());
+  manager->startUndoBlock(A);
+  manager->endUndoBlock(A);
+  EXPECT_EQ(take(), (Log{"a3 undo", "L undo", "b2 undo", "b1 undo", "L undo", "L removed a3",
+                         "L removed b1", "L removed b2"}));
+  EXPECT_EQ(manager->getStackSize(), 2);
+  EXPECT_FALSE(manager->canUndo(B));
+  EXPECT_FALSE(manager->canRedo(B));
+  manager->unregisterListener(&listener);
+}
+
+TEST_F(UndoManagerTest, RedoOfAContextWhoseBlocksSitAboveOthers) {
+  closedBlock(manager, B, {"b1"}, &log);
+  closedBlock(manager, A, {"a1"}, &log);
+  closedBlock(manager, A, {"a2"}, &log);
+  take();
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_TRUE(manager->canRedo(A));
+  EXPECT_EQ(manager->redo(A), 0);
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_FALSE(manager->canUndo(A));
+  EXPECT_TRUE(manager->canUndo(B));
+  // Clearing B leaves A's cursor on A's blocks, one step lower.
+  manager->clearContext(B);
+  EXPECT_EQ(manager->getStackSize(), 2);
+  EXPECT_EQ(manager->redo(A), 0);
+  EXPECT_EQ(manager->redo(A), 0);
+  EXPECT_EQ(manager->redo(A), 2);
+  EXPECT_EQ(take(), (Log{"a2 undo", "a2 redo", "a2 undo", "a1 undo", "a1 redo", "a2 redo"}));
+  EXPECT_EQ(manager->undoAll(), 0);
+  EXPECT_EQ(take(), (Log{"a2 undo"}));
+}
+
+TEST_F(UndoManagerTest, EmptyBlocksCancelAndClear) {
+  LogListener listener("L", &log);
+  manager->registerListener(&listener);
+  manager->startUndoBlock(A);
+  EXPECT_TRUE(manager->endUndoBlock(A));  // an empty block is stored too
+  EXPECT_EQ(manager->undo(A), 1);
+  EXPECT_FALSE(manager->canUndo(A));
+  EXPECT_EQ(manager->redo(A), 1);
+  EXPECT_EQ(manager->undoAll(), 1);
+  EXPECT_TRUE(take().empty());
+
+  // A cancelled block drops its records; the redo branch cut at its start
+  // stays cut.
+  manager->clear();
+  closedBlock(manager, A, {"a1"}, &log);
+  manager->undo(A);
+  manager->startUndoBlock(A);
+  manager->addUndoInfo(A, new TaggedInfo("a2", &log));
+  EXPECT_TRUE(manager->cancelUndoBlock(A));
+  EXPECT_EQ(take(), (Log{"a1 finish", "a1 undo", "L undo", "L removed a1", "L removed a2"}));
+  EXPECT_EQ(manager->getStackSize(), 0);
+  EXPECT_FALSE(manager->canRedo(A));
+
+  // removeMarkedInfos takes only removable records; a block left empty
+  // stays and answers 1.
+  closedBlock(manager, A, {"a3"}, &log);
+  manager->startUndoBlock(A);
+  auto* keep = new TaggedInfo("a4", &log);
+  auto* drop = new TaggedInfo("a5", &log);
+  drop->setRemovable(true);
+  manager->addUndoInfo(A, keep);
+  manager->addUndoInfo(A, drop);
+  manager->endUndoBlock(A);
+  manager->startUndoBlock(B);
+  auto* other = new TaggedInfo("b1", &log);
+  other->setRemovable(true);
+  manager->addUndoInfo(B, other);
+  manager->endUndoBlock(B);
+  take();
+  manager->removeMarkedInfos(A);
+  EXPECT_EQ(take(), (Log{"L removed a5"}));
+  EXPECT_EQ(manager->blockRecordCount(2), 1);
+  manager->removeAllMarkedInfos();
+  EXPECT_EQ(take(), (Log{"L removed b1"}));
+  EXPECT_EQ(manager->getStackSize(), 3);
+  EXPECT_EQ(manager->undoAll(), 1);
+  EXPECT_EQ(manager->undoAll(), 0);
+  EXPECT_EQ(take(), (Log{"a4 undo", "L undo"}));
+  manager->unregisterListener(&listener);
+}
+
+TEST_F(UndoManagerTest, CountLimitDropsTheOldestBlocks) {
+  LogListener listener("L", &log);
+  manager->registerListener(&listener);
+  manager->setMaxStackSize(3);
+  for (const char* tag : {"r1", "r2", "r3", "r4"})
+    closedBlock(manager, A, {tag}, &log);
+  EXPECT_EQ(manager->getStackSize(), 3);
+  EXPECT_EQ(take(), (Log{"r1 finish", "r2 finish", "r3 finish", "r4 finish", "L removed r1"}));
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(manager->undo(A), 2);
+  take();
+
+  // Shrinking drops from the bottom and keeps the cursors inside the stack.
+  manager->redo(A);
+  manager->redo(A);
+  manager->setMaxStackSize(1);
+  EXPECT_EQ(take(), (Log{"r2 redo", "L redo", "r3 redo", "L redo", "L removed r2",
+                         "L removed r3"}));
+  EXPECT_EQ(manager->redo(A), 0);
+  EXPECT_EQ(manager->undoAll(), 0);
+  EXPECT_EQ(take(), (Log{"r4 redo", "L redo", "r4 undo", "L undo"}));
+
+  // Size 0: nothing is kept, the stack included.
+  manager->setMaxStackSize(0);
+  manager->startUndoBlock(A);
+  manager->addUndoInfo(A, new TaggedInfo("r5", &log));
+  EXPECT_FALSE(manager->endUndoBlock(A));
+  EXPECT_EQ(take(), (Log{"L removed r4", "L removed r5"}));
+  EXPECT_EQ(manager->getStackSize(), 0);
+  EXPECT_FALSE(manager->isInUndoBlock(A));
+  manager->unregisterListener(&listener);
+}
+
+TEST_F(UndoManagerTest, MemoryBudget) {
+  LogListener listener("L", &log);
+  manager->registerListener(&listener);
+  manager->setMaxMemorySize(1);  // 1,000,000 bytes, idle until limit mode 0
+  closedBlock(manager, A, {"r1"}, &log, 600000);
+  closedBlock(manager, A, {"r2"}, &log, 600000);
+  EXPECT_EQ(manager->getStackSize(), 2);
+
+  manager->setLimitMode(0);
+  closedBlock(manager, B, {"r3"}, &log, 400000);
+  EXPECT_EQ(manager->getStackSize(), 2);  // r1 went; r2 and r3 fill the budget exactly
+  closedBlock(manager, B, {"r4", "r5"}, &log, 300000);
+  EXPECT_EQ(manager->getStackSize(), 2);
+  EXPECT_EQ(take(), (Log{"r1 finish", "r2 finish", "r3 finish", "L removed r1", "r4 finish",
+                         "r5 finish", "L removed r2"}));
+
+  // A block larger than the budget by itself empties the stack and goes too.
+  manager->startUndoBlock(A);
+  manager->addUndoInfo(A, new TaggedInfo("big", &log, 1000001));
+  EXPECT_FALSE(manager->endUndoBlock(A));
+  EXPECT_EQ(take(), (Log{"big finish", "L removed r3", "L removed r4", "L removed r5",
+                         "L removed big"}));
+  EXPECT_EQ(manager->getStackSize(), 0);
+  EXPECT_FALSE(manager->canUndo(B) || manager->canUndoAll());
+  EXPECT_FALSE(manager->isInUndoBlock(A));
+
+  // Exactly the budget fits.
+  closedBlock(manager, A, {"fit"}, &log, 1000000);
+  EXPECT_EQ(manager->getStackSize(), 1);
+  manager->unregisterListener(&listener);
+}
+
+TEST_F(UndoManagerTest, ListenersInOrderAndHostileListeners) {
+  LogListener first("L1", &log), second("L2", &log), third("L3", &log), late("L4", &log);
+  manager->registerListener(&first);
+  manager->registerListener(&second);
+  manager->registerListener(&third);
+  for (const char* tag : {"r1", "r2", "r3"})
+    closedBlock(manager, A, {tag}, &log);
+  take();
+
+  // L1 unregisters itself and registers L4; L2 unregisters L3, which is then
+  // not told. L4 waits for the next delivery.
+  first.hook = [&] {
+    manager->unregisterListener(&first);
+    manager->registerListener(&late);
+  };
+  second.hook = [&] { manager->unregisterListener(&third); };
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(take(), (Log{"r3 undo", "L1 undo", "L2 undo"}));
+  second.hook = nullptr;
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(take(), (Log{"r2 undo", "L2 undo", "L4 undo"}));
+  EXPECT_NE(failure([&] { manager->unregisterListener(&third); }), "(none)");
+
+  // A listener may not change the stack while records are being released,
+  // but onUndo comes after the replay and may undo further.
+  second.removedHook = [&] { manager->clear(); };
+  EXPECT_EQ(failure([&] { manager->clearContext(A); }),
+            "Error in class UndoManager: clear: the undo stack cannot change while it is "
+            "replaying or releasing records..");
+  second.removedHook = nullptr;
+  take();
+  EXPECT_EQ(manager->getStackSize(), 2);  // the block being dropped is gone all the same
+  closedBlock(manager, A, {"s1"}, &log);
+  closedBlock(manager, A, {"s2"}, &log);
+  take();
+  int depth = 0;
+  late.hook = [&] {
+    if (++depth < 2)
+      manager->undo(A);
+  };
+  EXPECT_EQ(manager->undo(A), 0);
+  EXPECT_EQ(take(), (Log{"s2 undo", "L2 undo", "L4 undo", "s1 undo", "L2 undo", "L4 undo"}));
+  late.hook = nullptr;
+
+  // A record may not change the stack while it is replayed; the failure
+  // leaves the cursor where it was.
+  closedBlock(manager, B, {}, &log);
+  manager->startUndoBlock(B);
+  auto* hostile = new TaggedInfo("h", &log);
+  hostile->undoHook = [&] { manager->startUndoBlock(A); };
+  manager->addUndoInfo(B, hostile);
+  manager->endUndoBlock(B);
+  EXPECT_EQ(failure([&] { manager->undo(B); }),
+            "Error in class UndoManager: startUndoBlock: the undo stack cannot change while it "
+            "is replaying or releasing records..");
+  EXPECT_FALSE(manager->isInUndoBlock(A));
+  hostile->undoHook = nullptr;
+  EXPECT_EQ(manager->undo(B), 0);
+  EXPECT_EQ(manager->undo(B), 1);
+  manager->unregisterListener(&second);
+  manager->unregisterListener(&late);
+}
+
+TEST_F(UndoManagerTest, ListenerThatDropsTheLastReference) {
+  LogListener listener("L", &log);
+  manager->registerListener(&listener);
+  closedBlock(manager, A, {"r1"}, &log);
+  closedBlock(manager, A, {"r2"}, &log);
+  manager->startUndoBlock(B);  // an open block dies with the manager too
+  manager->addUndoInfo(B, new TaggedInfo("open", &log));
+  take();
+  UndoManager* raw = manager;
+  listener.hook = [&] { manager.clear(); };
+  EXPECT_EQ(raw->undo(A), 0);  // the manager lives until undo returns
+  EXPECT_FALSE(manager);
+  EXPECT_EQ(take(), (Log{"r2 undo", "L undo", "L removed r2", "L removed r1", "L removed open"}));
+
+  // A manager that nobody holds by reference survives a listener that takes
+  // and drops one.
+  UndoManager unowned;
+  unowned.registerListener(&listener);
+  closedBlock(&unowned, A, {"u1"}, &log);
+  listener.hook = [&] { IPtr<UndoManager> passing(&unowned); };
+  EXPECT_EQ(unowned.undo(A), 0);
+  EXPECT_EQ(unowned.refCount(), 0u);
+  listener.hook = nullptr;
+  unowned.unregisterListener(&listener);
+}
+
+}  // namespace
