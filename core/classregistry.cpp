@@ -15,6 +15,7 @@
 #include "model/database.h"
 #include "model/dataobject.h"
 #include "model/dataobjectarraylistener.h"
+#include "model/dataobjectinstance.h"
 #include "model/dynamicdataobject.h"
 #include "model/internaldataobject.h"
 #include "model/opaquedata.h"
@@ -96,6 +97,7 @@ const BuiltClass kBuiltClasses[] = {
     {"InternalDataObject", &newInstanceFactory<InternalDataObject>},
     {"OpaqueData", &newInstanceFactory<OpaqueData>},
     {"DataObjectArrayListener", &newInstanceFactory<DataObjectArrayListener>},
+    {"DataObjectInstance", &newInstanceFactory<DataObjectInstance>},
     {"Relationship", &newInstanceFactory<Relationship>},
     {"Database", &singletonFactory<Database>},
     {"Vector2DProperty", &newInstanceFactory<Vector2DProperty>},

@@ -164,8 +164,13 @@ bool Relationship::leaveParent() {
   if (!old)
     return false;
   // No firing of the old parent may reach this relationship any more,
-  // whether it moves on or dies.
+  // whether it moves on or dies: it leaves every event of the parent, under
+  // both of its subscriber pointers (addAction uses one; a client holding
+  // the IKivRelationship may have subscribed the other). Bindings stay in
+  // the Database, so on a new parent nothing runs until addAction
+  // subscribes there.
   old->unsubscribeFromAll(asSubscriber());
+  old->unsubscribeFromAll(static_cast<IKivRelationship*>(this));
   return removeLastStackEntry(old->parentRelationships_, static_cast<IKivRelationship*>(this));
 }
 

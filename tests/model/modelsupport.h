@@ -17,6 +17,7 @@
 #include "kivbasictypes/binstreams.h"
 #include "kivbasictypes/kivfile.h"
 #include "model/action.h"
+#include "model/database.h"
 #include "model/dataobject.h"
 #include "properties/ikivproperty.h"
 #include "properties/ikivpropertymap.h"
@@ -81,6 +82,8 @@ public:
 
   ScriptedAction(std::string tag, std::vector<std::string>* log, Hook hook = nullptr)
       : tag(std::move(tag)), log(log), hook(std::move(hook)) {}
+  // The Database keeps a raw pointer: a test's Action leaves it before dying.
+  ~ScriptedAction() override;
 
   const char* className() const override { return "ScriptedAction"; }
   void execute(IKivDataEventSource* source, const KivCString& event, IKivDataEventArgs* args,
@@ -98,6 +101,12 @@ public:
   std::vector<std::string>* log;
   Hook hook;
 };
+
+inline ScriptedAction::~ScriptedAction() {
+  if (id() >= 0)
+    if (Database* database = Database::instance())
+      database->unregisterAction(this);
+}
 
 // Counts the deaths it is told of.
 class DeathCounter : public IKivLifetimeListener {
