@@ -345,7 +345,11 @@ TEST_F(PropertyMapTest, WrongValueTypesFailWithTheirTextsAndChangeNothing) {
       {"colour_into_material", [](PropertyMap& m) { m.set("mat", KivColor()); },
        "Wrong type (kivapi.datamodel.KivColor) for attribute 'mat'. Should be "
        "kivapi.datamodel.Material"},
-      {"dir_index_into_grid_index", [](PropertyMap& m) { m.set("gi", new DirIndex); },
+      {"dir_index_into_grid_index", [](PropertyMap& m) {
+         // The caller holds the object: a refused set takes no reference.
+         IPtr<DirIndex> index(new DirIndex);
+         m.set("gi", index.get());
+       },
        "Wrong type (kivapi.mesh.DirIndex) for attribute 'gi'. Should be "
        "kivapi.datamodel.GridIndex"},
       {"get_matrix_of_vector", [](PropertyMap& m) { m.getMatrix("v2f"); },
