@@ -1,5 +1,6 @@
 #include "model/relationship.h"
 
+#include "host/hostpersistentrefmap.h"
 #include "model/database.h"
 #include "model/dynamicdataobject.h"
 #include "modelsupport.h"
@@ -9,6 +10,7 @@
 
 #include <chrono>
 #include <future>
+#include <set>
 
 namespace {
 
@@ -252,6 +254,41 @@ TEST_F(RelationshipTest, ChildrenAreCountedPerEntryAndIndexedFromZero) {
     EXPECT_EQ(text(e->message), "Error in class Relationship: getChild: index is out of range..");
     delete e;
   }
+}
+
+// Stored as numbers; read back, the numbers come home in whatever order the
+// table resolves them: the parent's sets the parent, the others add children.
+TEST_F(RelationshipTest, StoredAsNumbersAndRebuiltAsTheyResolve) {
+  HostPersistentRefMap* refs = inProcessHost().persistentRefMap();
+  refs->reset();
+  IPtr<DataObject> p = makeObject<DataObject>("P");
+  IPtr<DataObject> a = makeObject<DataObject>("a");
+  IPtr<DataObject> b = makeObject<DataObject>("b");
+  IKivRelationship* r = link(p, a);
+  r->addChild(b);
+  Bytes file = fileOf([&](KivFileWrite& w) { EXPECT_TRUE(r->write(&w)); });
+  const uint32_t np = refs->getId(p.get()), na = refs->getId(a.get()), nb = refs->getId(b.get());
+  EXPECT_EQ(std::set<uint32_t>({np, na, nb}).size(), 3u);
+
+  refs->reset();
+  IPtr<Relationship> back(new Relationship);
+  {
+    FileReader in(file);
+    EXPECT_TRUE(back->read(&in.reader));
+  }
+  EXPECT_EQ(text(back->name()), "kids");
+  IPtr<DataObject> p2 = makeObject<DataObject>("P2");
+  IPtr<DataObject> a2 = makeObject<DataObject>("a2");
+  IPtr<DataObject> b2 = makeObject<DataObject>("b2");
+  refs->setObject(nb, b2.get());
+  refs->setObject(np, p2.get());
+  refs->setObject(na, a2.get());
+  refs->reset();
+  EXPECT_EQ(back->parent(), static_cast<IKivDataObject*>(p2.get()));
+  ASSERT_EQ(back->childCount(), 2);
+  EXPECT_EQ(back->child(0), b2.get());
+  EXPECT_EQ(back->child(1), a2.get());
+  EXPECT_EQ(p2->parentRelationships()->count(), 1);
 }
 
 } // namespace
