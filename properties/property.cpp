@@ -6,6 +6,7 @@
 #include "core/lookup.h"
 #include "core/platformexception.h"
 #include "kivbasictypes/messageformat.h"
+#include "model/dataevent.h"
 #include "model/dataeventargs.h"
 #include "model/dataeventtable.h"
 
@@ -14,6 +15,14 @@ namespace {
 const KivCString& propertyModified() {
   static const KivCString name = KivCString::view("property_modified");
   return name;
+}
+
+// A view of a 16-bit literal: the string never frees it, and its copies stay
+// views too.
+KivString literalView(const KivChar* literal) {
+  KivString s;
+  s.adoptWide(const_cast<KivChar*>(literal), 0);
+  return s;
 }
 
 } // namespace
@@ -29,10 +38,12 @@ Property::Property(bool readOnly, bool events) : readOnly_(readOnly ? 1 : 0) {
     switchEventsOn();
 }
 
+// A source with lazy events counts as one with an argument object: it gets
+// one whenever it needs it.
 Property::Property(const Property& other)
     : DataEventSource(other), IKivProperty(other), IKivWriteable(other),
       readOnly_(other.readOnly_), name_(other.name_) {
-  if (other.args_)
+  if (other.args_ || other.argsPending_)
     switchEventsOn();
 }
 
@@ -65,11 +76,14 @@ const char* Property::typeName() const { return "Invalid"; }
 void Property::valueText(const KivString&, KivString& out) const { out = "Invalid Value"; }
 
 bool Property::subscribe(const KivCString& event, IKivEventSubscriber* subscriber) {
-  return events_ && events_->subscribe(event, subscriber);
+  DataEventTable* table = eventTable();
+  return table && table->subscribe(event, subscriber);
 }
 
 bool Property::unsubscribe(const KivCString& event, IKivEventSubscriber* subscriber) {
-  return events_ && events_->unsubscribe(event, subscriber);
+  if (!events_)  // nobody can stand in a list not yet built
+    return eventsOn_ && event == propertyModified();
+  return events_->unsubscribe(event, subscriber);
 }
 
 IKivProperty* Property::clone() const { return new Property(*this); }
@@ -77,7 +91,7 @@ IKivProperty* Property::clone() const { return new Property(*this); }
 void Property::setName(const KivString& name) { name_ = name; }
 
 bool Property::enableEvents(bool on) {
-  if (on == (events_ != nullptr))
+  if (on == (eventsOn_ != 0))
     return false;
   if (on)
     switchEventsOn();
@@ -87,16 +101,53 @@ bool Property::enableEvents(bool on) {
 }
 
 void Property::switchEventsOn() {
-  events_ = new DataEventTable(nextPrime(2));
-  events_->add(propertyModified());
+  eventsOn_ = 1;
   refreshArgs();
 }
 
 void Property::switchEventsOff() {
   DataEventTable* events = events_;
   events_ = nullptr;
+  modified_ = nullptr;
+  eventsOn_ = 0;
+  argsPending_ = 0;
   args_.clear();
   delete events;
+}
+
+DataEventTable* Property::eventTable() {
+  if (!events_ && eventsOn_) {
+    events_ = new DataEventTable(nextPrime(2));
+    modified_ = events_->add(propertyModified());
+  }
+  return events_;
+}
+
+IKivDataEventArgs* Property::eventArgs() const {
+  if (argsPending_)
+    fetchArgs();
+  return args_.get();
+}
+
+bool Property::fetchArgs() const {
+  args_.clear();
+  argsPending_ = 0;
+  void* out = nullptr;
+  if (getObject("IKivDataEventArgs", &out) && out)
+    args_ = static_cast<IKivDataEventArgs*>(out);
+  return args_.get() != nullptr;
+}
+
+bool Property::changeNeedsArguments() {
+  const bool subscribed = modified_ && modified_->subscribers().count() > 0;
+  if (!args_)  // lazy: nobody has seen an argument object of this property
+    return subscribed && fetchArgs();
+  if (subscribed || args_->refCount() > 1)
+    return true;
+  // Fetched while the used one is still alive, so that the two differ.
+  IPtr<IKivDataEventArgs> used(args_);
+  refreshArgs();
+  return false;
 }
 
 const KivClassId* Property::classId() {
@@ -121,12 +172,17 @@ void Property::fire(const KivCString& event, IKivDataEventArgs* args) {
 }
 
 void Property::refreshArgs() {
-  args_.clear();
-  if (!events_)
-    return;
-  void* out = nullptr;
-  if (getObject("IKivDataEventArgs", &out) && out)
-    args_ = static_cast<IKivDataEventArgs*>(out);
+  if (eventsOn_) {
+    fetchArgs();
+  } else {
+    args_.clear();
+    argsPending_ = 0;
+  }
+}
+
+const KivString& Property::argumentName(int which) {
+  static const KivString names[2] = {literalView(u"oldValue"), literalView(u"newValue")};
+  return names[which];
 }
 
 void Property::announceChange(IKivProperty* oldValue, IKivProperty* newValue) {

@@ -5,15 +5,22 @@
 // next firing.
 //
 // Invariants a user must know:
-//  - Events are either off (no table, no argument object) or on (a table
-//    with "property_modified", and an argument object from the class table
-//    under "IKivDataEventArgs" unless no component manager is installed, in
-//    which case the property never fires).
+//  - Events are either off or on (hasEvents()). With events on, the table
+//    with "property_modified" is built when the first subscriber comes (or
+//    unsubscribes), not before: until then nobody can be told anything. The
+//    argument object comes from the class table under "IKivDataEventArgs" at
+//    construction, at enableEvents(true) and after each firing; without a
+//    component manager it stays empty and the property never fires.
+//  - The "oldValue" and "newValue" properties that a change hands out have
+//    events on in the lazy form: no table and no argument object until they
+//    get a subscriber, are asked for eventArgs(), or change themselves.
 //  - A change is announced after the value is stored: notifyChanged puts
 //    "oldValue" and "newValue" (new properties of the value's own class) into
 //    the argument map, fires "property_modified" synchronously with this
 //    property as the source, and only then swaps in a fresh argument object.
-//    Whoever keeps a reference to the used one keeps it alive.
+//    Whoever keeps a reference to the used one keeps it alive. When nobody
+//    could see them (no subscriber, and nobody else holds the argument
+//    object), the two properties aren't built; the swap still happens.
 //  - A subscriber must not drop the last reference to the property that is
 //    firing (the holding map keeps one).
 //  - persistent is true after every constructor, also after a copy; a copy
@@ -31,6 +38,7 @@
 #include "model/dataeventsource.h"
 #include "properties/ikivproperty.h"
 
+class DataEvent;
 class DataEventTable;
 
 class Property : public DataEventSource, public IKivProperty, public IKivWriteable {
@@ -58,7 +66,7 @@ public:
   bool isReadOnly() const final { return readOnly_ != 0; }
   void copyValue(IKivProperty*) override {}
   uint64_t memorySize() const override { return 0; }
-  bool hasEvents() const override { return events_ != nullptr; }
+  bool hasEvents() const override { return eventsOn_ != 0; }
   bool enableEvents(bool on) override;
 
   // Fails: "Serialization not supported for <className>" in class "Document".
@@ -71,8 +79,9 @@ public:
   bool isPersistent() override { return persistent_ != 0; }
 
   void setReadOnly(bool readOnly) { readOnly_ = readOnly ? 1 : 0; }
-  // The argument object of the next firing; null when events are off.
-  IKivDataEventArgs* eventArgs() const { return args_.get(); }
+  // The argument object of the next firing; null when events are off. A
+  // property with lazy events fetches it here.
+  IKivDataEventArgs* eventArgs() const;
 
 protected:
   // Fires the named event with this property as the source; nothing at all
@@ -86,14 +95,24 @@ protected:
   // test when events are off.
   template <class P, class T>
   void notifyChanged(const T& oldValue, const T& newValue) {
-    if (!args_)
+    if ((!args_ && !argsPending_) || !changeNeedsArguments())
       return;
-    announceChange(new P(KivString("oldValue"), oldValue, false, true),
-                   new P(KivString("newValue"), newValue, false, true));
+    announceChange(withLazyEvents(new P(argumentName(0), oldValue, false, false)),
+                   withLazyEvents(new P(argumentName(1), newValue, false, false)));
   }
   // Enters the two new properties (no reference held yet) into the argument
   // map, fires "property_modified" and refreshes the arguments.
   void announceChange(IKivProperty* oldValue, IKivProperty* newValue);
+
+  // "oldValue" (0) or "newValue" (1), as views of literals: copies of the
+  // name cost no allocation.
+  static const KivString& argumentName(int which);
+  // Switches events on in the lazy form on a property made without events.
+  static Property* withLazyEvents(Property* p) {
+    p->eventsOn_ = 1;
+    p->argsPending_ = 1;
+    return p;
+  }
 
   // The identifier of a class of the class table by its name; for a class
   // without a row, the failure of classId() above.
@@ -102,10 +121,25 @@ protected:
 private:
   void switchEventsOn();
   void switchEventsOff();
+  // The table, built on first need; null with events off.
+  DataEventTable* eventTable();
+  // Drops any argument object and fetches a new one; false if none can be
+  // had (no manager), which leaves the property silent.
+  bool fetchArgs() const;
+  // Whether a change with events on must build its two argument properties.
+  // When nobody could see them (no subscriber, and no other holder of the
+  // argument object) it does the rest of the change itself: the argument
+  // object is swapped as after a firing, or, if it was never fetched, the
+  // property simply stays lazy.
+  bool changeNeedsArguments();
 
   uint8_t readOnly_ = 0;
+  uint8_t eventsOn_ = 0;
+  // Events are on but the argument object hasn't been fetched yet.
+  mutable uint8_t argsPending_ = 0;
   KivString name_;
   DataEventTable* events_ = nullptr;
-  IPtr<IKivDataEventArgs> args_;
+  DataEvent* modified_ = nullptr;  // "property_modified" in events_
+  mutable IPtr<IKivDataEventArgs> args_;
   uint8_t persistent_ = 1;
 };

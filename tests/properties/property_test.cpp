@@ -106,6 +106,68 @@ TEST_F(PropertyTest, AnExceptionKeepsTheArgumentsForTheNextChange) {
   EXPECT_EQ(kivQuery<DataEventArgs>(changes.kept[1].get(), "DataEventArgs")->count(), 2);
 }
 
+// Nobody hears a change: the argument object is still swapped, and one that
+// somebody holds still receives "oldValue" and "newValue". A subscriber that
+// comes after such changes hears the next one.
+TEST_F(PropertyTest, AnUnheardChangeStillSwapsAndFillsHeldArguments) {
+  IPtr<IntProperty> p(new IntProperty(KivString("x"), 1, false));
+  IKivDataEventArgs* before = p->eventArgs();
+  p->set(2);
+  ASSERT_NE(p->eventArgs(), nullptr);
+  EXPECT_NE(p->eventArgs(), before);
+
+  IPtr<IKivDataEventArgs> held(p->eventArgs());
+  p->set(3);
+  auto* heldMap = kivQuery<DataEventArgs>(held.get(), "DataEventArgs");
+  ASSERT_NE(heldMap, nullptr);
+  EXPECT_EQ(heldMap->getInt("oldValue"), 2);
+  EXPECT_EQ(heldMap->getInt("newValue"), 3);
+  EXPECT_NE(p->eventArgs(), held.get());
+
+  Changes changes;
+  EXPECT_TRUE(p->unsubscribe(modified(), &changes));
+  EXPECT_FALSE(p->unsubscribe(KivCString::view("no_such_event"), &changes));
+  EXPECT_TRUE(p->subscribe(modified(), &changes));
+  p->set(4);
+  EXPECT_EQ(changes.calls, std::vector<std::string>{"property_modified 3 4"});
+}
+
+// "oldValue" and "newValue" are full properties with events: they can be
+// subscribed to, fire with arguments of their own, and copy with events.
+TEST_F(PropertyTest, TheArgumentPropertiesOfAChangeHaveEvents) {
+  IPtr<IntProperty> p(new IntProperty(KivString("x"), 1, false));
+  Changes changes;
+  p->subscribe(modified(), &changes);
+  p->set(5);
+  auto* args = kivQuery<DataEventArgs>(changes.kept[0].get(), "DataEventArgs");
+  ASSERT_NE(args, nullptr);
+  auto* newValue = kivQuery<IntProperty>(args->getProperty("newValue"), "IntProperty");
+  auto* oldValue = kivQuery<IntProperty>(args->getProperty("oldValue"), "IntProperty");
+  ASSERT_NE(newValue, nullptr);
+  ASSERT_NE(oldValue, nullptr);
+  IPtr<IKivProperty> copy(oldValue->clone());  // while its events are untouched
+  EXPECT_TRUE(newValue->hasEvents());
+  EXPECT_NE(oldValue->eventArgs(), nullptr);
+  EXPECT_EQ(text(newValue->name()), "newValue");
+
+  Changes onArgument;
+  EXPECT_TRUE(newValue->subscribe(modified(), &onArgument));
+  newValue->set(6);
+  EXPECT_EQ(onArgument.calls, std::vector<std::string>{"property_modified 5 6"});
+  EXPECT_EQ(onArgument.sources[0], static_cast<DataEventSource*>(newValue));
+  EXPECT_NE(onArgument.kept[0].get(), changes.kept[0].get());
+
+  auto* c = kivQuery<IntProperty>(copy.get(), "IntProperty");
+  ASSERT_NE(c, nullptr);
+  EXPECT_TRUE(c->hasEvents());
+  Changes onCopy;
+  EXPECT_TRUE(c->subscribe(modified(), &onCopy));
+  c->set(7);
+  EXPECT_EQ(onCopy.calls, std::vector<std::string>{"property_modified 1 7"});
+  EXPECT_TRUE(onArgument.calls.size() == 1 && changes.calls.size() == 1);
+  newValue->unsubscribe(modified(), &onArgument);
+}
+
 TEST_F(PropertyTest, ACopyIsPersistentWithEventsOfItsOwn) {
   IPtr<IntProperty> p(new IntProperty(KivString("x"), 4, true));
   Changes changes;
