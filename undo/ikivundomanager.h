@@ -56,7 +56,8 @@ public:
   // carries no reference for the caller.
   virtual IKivUndoInfo* addUndoObject(uint64_t context, IKivDataObject* object,
                                       bool removable) = 0;
-  // Adds a record of the client's own; the block takes a reference.
+  // Adds a record of the client's own; the block takes a reference. A record
+  // that nobody held (a fresh `new`) is released if no block keeps it.
   virtual void addUndoInfo(uint64_t context, IKivUndoInfo* info) = 0;
   virtual bool isInUndoBlock(uint64_t context) = 0;
   // Closes the block; true if it went on the stack.

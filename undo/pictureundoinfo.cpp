@@ -6,6 +6,8 @@
 #include "properties/propertymap.h"
 
 PictureUndoInfo::PictureUndoInfo(DataObject* object) : object_(object) {
+  if (!object)
+    return;  // a record of nothing: invalid from the start, does nothing
   before_ = pictureOf(object);
   object->addLifetimeListener(this);
 }

@@ -160,7 +160,7 @@ void UndoManager::checkFree(const char* operation) {
   if (busy_ == 0)
     return;
   KivString text;
-  formatMessage(text, "%1: the undo stack cannot change while its records are being called.",
+  formatMessage(text, "%1: the undo stack cannot change while it is replaying or releasing records.",
                 KivString(operation));
   throwClassErrorText(kClassName, text);
 }
@@ -288,7 +288,10 @@ IKivUndoInfo* UndoManager::addUndoObject(uint64_t context, IKivDataObject* objec
   return info;  // the block's reference keeps it once `info` lets go
 }
 
+// The record is held from the start, so that one handed over with no owner
+// (a fresh `new`) is released if no block keeps it, failure or not.
 void UndoManager::addUndoInfo(uint64_t context, IKivUndoInfo* info) {
+  IPtr<IKivUndoInfo> held(info);
   if (!isInUndoBlock(context))
     fail("addUndoInfo: Call startUndoBlock before calling this method.");
   if (!info)
