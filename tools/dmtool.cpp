@@ -8,11 +8,13 @@
 #include "core/ikivcomponent.h"
 #include "core/kivclassid.h"
 #include "core/platformexception.h"
+#include "tools/blockdump.h"
 #include "host/referencehost.h"
 #include "host/tovcomponentmanager.h"
 
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -34,10 +36,13 @@ struct Command {
 };
 
 int runInfo(const Arguments& args);
+int runBlocks(const Arguments& args);
 
 const Command kCommands[] = {
     {"info", "[--library PATH]",
      "component name, version, API version and one line per class", runInfo},
+    {"blocks", "FILE [--depth N]",
+     "the block tree of a data-model file, with typed values and class names", runBlocks},
 };
 
 void printUsage(std::FILE* out) {
@@ -139,6 +144,33 @@ int runInfo(const Arguments& args) {
                 interfaceText.empty() ? "none" : interfaceText.c_str(),
                 classId.toString().c_str());
   }
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+int runBlocks(const Arguments& args) {
+  std::string path;
+  BlockDumpOptions options;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (arg == "--depth") {
+      if (i + 1 == args.size())
+        return usageError("blocks: --depth needs a number");
+      char* end = nullptr;
+      long depth = std::strtol(args[++i].c_str(), &end, 10);
+      if (*end != '\0' || depth < 0 || depth > 1000)
+        return usageError("blocks: --depth takes a number from 0 to 1000");
+      options.maxDepth = static_cast<int>(depth);
+    } else if (arg.rfind("--", 0) == 0 || !path.empty()) {
+      return usageError("blocks: unknown argument '" + arg + "'");
+    } else {
+      path = arg;
+    }
+  }
+  if (path.empty())
+    return usageError("blocks: no file given");
+  std::string error;
+  if (!dumpBlocks(path.c_str(), stdout, options, &error))
+    return fail("blocks: " + error);
   return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
 }
 
