@@ -3,10 +3,7 @@
 // and a std::function call; look-up of one of 50 properties by const char*
 // against std::map<std::string, ...>::find. Heap allocations per operation
 // are counted by interposing malloc and reported as allocs_per_op.
-#include "core/ikivcomponent.h"
-#include "core/lookup.h"
-#include "host/referencehost.h"
-#include "host/tovcomponentmanager.h"
+#include "benchhost.h"
 #include "model/dataeventsubscriber.h"
 #include "properties/propertymap.h"
 
@@ -78,29 +75,8 @@ private:
   uint64_t start_ = 0;
 };
 
-// The component of this binary behind a reference host, made once; its
-// manager is installed only while a benchmark of this file runs.
-class HostScope {
-public:
-  HostScope() { setComponentManager(host().manager()); }
-  ~HostScope() { setComponentManager(nullptr); }
-
-private:
-  static ReferenceHost& host() {
-    static ReferenceHost* h = [] {
-      ReferenceHostOptions options;
-      options.echo = false;
-      options.logFile = false;
-      auto* made = new ReferenceHost(options);
-      uint32_t api = 0;
-      IKivComponent* component = nullptr;
-      if (EntryPoint(&api, &component) == 1)
-        made->manager()->addComponent(component, "datamodelcmp (bench)");
-      return made;
-    }();
-    return *h;
-  }
-};
+// The shared host of the binary, installed while a benchmark of this file runs.
+using HostScope = BenchHostScope;
 
 class CountingSubscriber : public DataEventSubscriber {
 public:

@@ -21,6 +21,10 @@ PictureUndoInfo::~PictureUndoInfo() {
 PropertyMap* PictureUndoInfo::pictureOf(DataObject* object) {
   auto* picture = new PropertyMap;
   picture->copyFrom(*object);
+  // Nobody ever subscribes to a picture: its copies give up their events
+  // and the argument objects that come with them.
+  for (const auto& entry : picture->properties())
+    entry.second->enableEvents(false);
   return picture;
 }
 
@@ -61,10 +65,8 @@ void PictureUndoInfo::writeBack(const PropertyMap* picture) {
       continue;
     // Held, so that a subscriber that removes the property from the object
     // during its event doesn't pull it away under copyValue.
-    IPtr<IKivProperty> target(object_->hasProperty(entry.first)
-                                  ? object_->getProperty(entry.first)
-                                  : nullptr);
-    if (!target)
+    IPtr<IKivProperty> target;
+    if (!object_->properties().find(entry.first, &target) || !target)
       continue;
     target->copyValue(source);
     // A subscriber may have let the object die.
