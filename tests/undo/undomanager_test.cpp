@@ -374,6 +374,15 @@ TEST_F(UndoManagerTest, ListenersInOrderAndHostileListeners) {
             "is replaying or releasing records..");
   EXPECT_FALSE(manager->isInUndoBlock(A));
   hostile->undoHook = nullptr;
+
+  // A record that fails to finish leaves its block open.
+  manager->startUndoBlock(A);
+  auto* failing = new TaggedInfo("f", &log);
+  failing->finishHook = [] { throw new PlatformException(6, KivString("no")); };
+  manager->addUndoInfo(A, failing);
+  EXPECT_EQ(failure([&] { manager->endUndoBlock(A); }), "no");
+  EXPECT_TRUE(manager->isInUndoBlock(A));
+  EXPECT_TRUE(manager->cancelUndoBlock(A));
   EXPECT_EQ(manager->undo(B), 0);
   EXPECT_EQ(manager->undo(B), 1);
   manager->unregisterListener(&second);

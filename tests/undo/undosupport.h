@@ -27,7 +27,11 @@ public:
   TaggedInfo(std::string tag, Log* log, uint64_t size = 0)
       : tag(std::move(tag)), log(log), size(size) {}
 
-  void finish() override { log->push_back(tag + " finish"); }
+  void finish() override {
+    log->push_back(tag + " finish");
+    if (finishHook)
+      finishHook();
+  }
   void undo() override {
     log->push_back(tag + " undo");
     if (undoHook)
@@ -40,6 +44,7 @@ public:
   Log* log;
   uint64_t size;
   std::function<void()> undoHook;
+  std::function<void()> finishHook;
 };
 
 inline std::string tagOf(IKivUndoInfo* info) {
