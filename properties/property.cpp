@@ -195,6 +195,8 @@ void Property::announceChange(IKivProperty* oldValue, IKivProperty* newValue) {
     map->addProperty(oldValue);
     map->addProperty(newValue);
   }
-  fire(propertyModified(), args.get());
+  // The table holds no other event: no look-up by name.
+  if (modified_)
+    modified_->fire(static_cast<IKivDataEventSource*>(this), args.get());
   refreshArgs();
 }
