@@ -38,8 +38,12 @@ size_t heapInUse() { return mallinfo2().uordblks; }
 const std::vector<std::string>& names() {
   static const std::vector<std::string> n = [] {
     std::vector<std::string> made;
-    for (int i = 0; i < kProperties; ++i)
-      made.push_back("p" + std::to_string(i));
+    for (int i = 0; i < kProperties; ++i) {
+      // Built by append: g++ 12 warns falsely (-Wrestrict) on "p" + std::string.
+      std::string name = "p";
+      name += std::to_string(i);
+      made.push_back(std::move(name));
+    }
     return made;
   }();
   return n;

@@ -22,7 +22,7 @@ void TovComponentContainer::queryInterface(const char* name, void** out) {
   kivAnswer(name, "IKivComponentContainer", static_cast<IKivComponentContainer*>(this), out);
 }
 
-IKivUnknown* TovComponentContainer::findService(const std::string& name) const {
+IKivUnknown* TovComponentContainer::findService(std::string_view name) const {
   for (const Service& service : services_)
     if (service.name == name)
       return service.object.get();
@@ -156,7 +156,8 @@ int TovComponentContainer::instantiate(TovComponentManager* owner, IKivComponent
 }
 
 int TovComponentContainer::getObject(const KivCString& name, void** out) {
-  std::string key = name.c_str();
+  const char* text = name.c_str();
+  std::string_view key(text ? text : "");
   IPtr<IKivUnknown> service;
   IKivComponent* component = nullptr;
   KivClassId id;
@@ -173,19 +174,19 @@ int TovComponentContainer::getObject(const KivCString& name, void** out) {
   }
   if (service) {
     void* answer = nullptr;
-    service->queryInterface(key.c_str(), &answer);
+    service->queryInterface(key.data(), &answer);
     if (!answer) {
-      owner_->setLastError("service " + key + " does not answer " + key);
+      owner_->setLastError("service " + std::string(key) + " does not answer " + std::string(key));
       return 0;
     }
     *out = answer;
     return 1;
   }
   if (!component) {
-    owner_->setLastError("no service or class registered for " + key);
+    owner_->setLastError("no service or class registered for " + std::string(key));
     return 0;
   }
-  return instantiate(owner_, component, id, key.c_str(), out);
+  return instantiate(owner_, component, id, key.data(), out);
 }
 
 int TovComponentContainer::createObject(KivClassId* id, const KivCString& name, void** out) {

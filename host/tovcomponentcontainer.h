@@ -17,6 +17,7 @@
 
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -72,12 +73,19 @@ private:
     IPtr<IKivUnknown> object;
   };
 
-  IKivUnknown* findService(const std::string& name) const;
+  IKivUnknown* findService(std::string_view name) const;
+
+  // Lets look-ups by interface name go without building a std::string: the
+  // library asks for its event arguments on every announced change.
+  struct NameHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+  };
 
   TovComponentManager* owner_;
   std::string name_;
   mutable std::mutex mutex_;
   std::vector<Service> services_;              // registration order
   std::vector<Registration> registrations_;    // registration order
-  std::unordered_map<std::string, size_t> byInterface_;
+  std::unordered_map<std::string, size_t, NameHash, std::equal_to<>> byInterface_;
 };
