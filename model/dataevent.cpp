@@ -36,11 +36,12 @@ struct DataEvent::Delivery {
 #pragma GCC diagnostic pop
 #endif
 
-DataEvent::DataEvent() : subscribers_(20), pending_(20) {}
+DataEvent::DataEvent() : subscribers_(1) {}
 
 DataEvent::~DataEvent() {
   for (Delivery* d = deliveries_; d; d = d->outer)
     d->destroyed = true;
+  delete pending_;
 }
 
 void DataEvent::queryInterface(const char* name, void** out) {
@@ -83,7 +84,9 @@ void DataEvent::subscribeOrdered(IKivEventSubscriber* subscriber, int order) {
     SubscriberEntry entry;
     entry.order = order;
     entry.subscriber = subscriber;
-    pending_.push(entry);
+    if (!pending_)
+      pending_ = new IterStack<SubscriberEntry>(4);
+    pending_->push(entry);
     return;
   }
   const int32_t count = subscribers_.count();
@@ -163,11 +166,11 @@ void DataEvent::settle() {
     subscribers_.setCount(kept);
     hasRemovals_ = 0;
   }
-  if (pending_.count() > 0) {
-    for (int32_t i = 1; i <= pending_.count(); ++i) {
-      const SubscriberEntry entry = pending_.at(i);
+  if (pending_ && pending_->count() > 0) {
+    for (int32_t i = 1; i <= pending_->count(); ++i) {
+      const SubscriberEntry entry = pending_->at(i);
       subscribeOrdered(entry.subscriber, entry.order);
     }
-    pending_.clear();
+    pending_->clear();
   }
 }

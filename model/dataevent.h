@@ -63,7 +63,7 @@ public:
 
   // The delivery list, counted from 1; read-only view for inspection.
   const IterStack<SubscriberEntry>& subscribers() const { return subscribers_; }
-  int32_t pendingCount() const { return pending_.count(); }
+  int32_t pendingCount() const { return pending_ ? pending_->count() : 0; }
   uint32_t depth() const { return depth_; }
 
 private:
@@ -73,8 +73,11 @@ private:
   void settle();
 
   KivCString name_;
+  // Most events get one subscriber or none: the list starts with room for
+  // one and grows by doubling, and the held-back list only exists once an
+  // ordered subscription arrives during a delivery.
   IterStack<SubscriberEntry> subscribers_;
-  IterStack<SubscriberEntry> pending_;
+  IterStack<SubscriberEntry>* pending_ = nullptr;
   uint8_t hasRemovals_ = 0;
   uint32_t depth_ = 0;
   Delivery* deliveries_ = nullptr;  // innermost running delivery, for the destructor

@@ -3,26 +3,27 @@
 
 #include "model/dataevent.h"
 
-DataEventTable::DataEventTable(uint32_t bucketCount) : events_(bucketCount) {}
+DataEventTable::DataEventTable(uint32_t) {}
 
 DataEventTable::~DataEventTable() {
-  Map<KivCString, DataEvent*>::Iterator it(events_);
-  for (bool more = it.first(); more; more = it.next())
-    delete it.value();
+  for (Entry& entry : events_)
+    delete entry.event;
 }
 
 DataEvent* DataEventTable::add(const KivCString& name) {
-  if (auto* node = events_.find(name))
-    return node->value;
+  if (DataEvent* event = find(name))
+    return event;
   auto* event = new DataEvent;
   event->setName(name);
-  events_[name] = event;
+  events_.push_back(Entry{name, event});
   return event;
 }
 
 DataEvent* DataEventTable::find(const KivCString& name) const {
-  auto* node = events_.find(name);
-  return node ? node->value : nullptr;
+  for (const Entry& entry : events_)
+    if (entry.name == name)
+      return entry.event;
+  return nullptr;
 }
 
 bool DataEventTable::subscribe(const KivCString& name, IKivEventSubscriber* subscriber) {

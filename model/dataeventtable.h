@@ -1,6 +1,6 @@
 //===- dataeventtable.h - The events of one object, by name -----*- C++ -*-===//
 //
-// A small hash table from event name to DataEvent. The table owns its events
+// The events of one source by name. The table owns its events
 // and deletes them directly when it goes; their subscribers aren't told.
 // Adding a name that is already there changes nothing. Subscribing to a name
 // that isn't there gives false; firing it does nothing, silently.
@@ -8,11 +8,19 @@
 // An object without events keeps no table at all (a null pointer), so events
 // cost nothing until they are switched on. No lock.
 //
+// A source has one to a few events, so the names stand in a plain list
+// searched from the front: no hashing of the name on every subscription and
+// no bucket array to allocate. The bucket count of the constructor is only a
+// hint of how many events to expect.
+//
 //===----------------------------------------------------------------------===//
 #pragma once
 
-#include "basic_types/map.h"
+#include "basic_types/map.h"  // nextPrime, for the bucket hint of the callers
 #include "kivbasictypes/kivcstring.h"
+
+#include <cstdint>
+#include <vector>
 
 class DataEvent;
 class IKivDataEventArgs;
@@ -35,8 +43,12 @@ public:
   bool unsubscribe(const KivCString& name, IKivEventSubscriber* subscriber);
   void fire(const KivCString& name, IKivDataEventSource* source, IKivDataEventArgs* args);
 
-  int32_t count() const { return events_.count(); }
+  int32_t count() const { return static_cast<int32_t>(events_.size()); }
 
 private:
-  Map<KivCString, DataEvent*> events_;
+  struct Entry {
+    KivCString name;
+    DataEvent* event;
+  };
+  std::vector<Entry> events_;
 };
