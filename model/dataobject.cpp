@@ -51,6 +51,18 @@ const KivCString& nameChanged() {
   return name;
 }
 
+// "name" as a view of a 16-bit literal: every property and argument built
+// with it shares the text instead of converting and allocating it. Only
+// copied, never read directly, so no thread fills its caches.
+const KivString& nameKey() {
+  static const KivString name = [] {
+    KivString s;
+    s.adoptWide(const_cast<KivChar*>(u"name"), 0);
+    return s;
+  }();
+  return name;
+}
+
 using NameProperty = RoutedPropertyTemplate<KivString, StringProperty, DataObject>;
 
 IKivWriteable* writeableOf(IKivUnknown* object) {
@@ -104,7 +116,7 @@ DataObject::DataObject(uint8_t flags, const KivString& name, int64_t id)
 
 DataObject::~DataObject() {
   refCount_ = kDyingCount;
-  if (DataEvent* deleted = findEvent(deletedEvent()))
+  if (DataEvent* deleted = builtEvent(deletedEvent()))
     deleted->fire(static_cast<IKivDataEventSource*>(this), nullptr);
   deleteEvents();
   for (const auto& entry : properties_)
@@ -133,9 +145,8 @@ void DataObject::initialize() {
   if ((flags_ & kMapObjectEvents) != 0) {
     delete subscriber_;
     subscriber_ = new KivTEventSubscriber<DataObject>(this, &DataObject::onPropertyEvent);
-    addEvent(propertyModified());
-    addEvent(deletedEvent());
-    addEvent(updatedEvent());
+    // Built on first demand: most objects are never subscribed to.
+    eventsOwed_ = true;
   }
   createNameProperty();
   if ((flags_ & kMapRegisters) != 0)
@@ -144,13 +155,14 @@ void DataObject::initialize() {
 }
 
 void DataObject::createNameProperty() {
-  addProperty(new NameProperty(KivString("name"), false, this, &DataObject::nameText,
+  addProperty(new NameProperty(nameKey(), false, this, &DataObject::nameText,
                                &DataObject::setName));
 }
 
 void DataObject::deleteEvents() {
   EventMap* events = events_;
   events_ = nullptr;
+  eventsOwed_ = false;
   if (!events)
     return;
   EventMap::Iterator it(*events);
@@ -200,7 +212,7 @@ void DataObject::setName(const KivString& name) {
     return;
   // Nothing in the component creates "name_changed"; the arguments are only
   // built for an object on which somebody has.
-  if (!findEvent(nameChanged()))
+  if (!builtEvent(nameChanged()))
     return;
   void* out = nullptr;
   if (!getObject("IKivDataEventArgs", &out) || !out)
@@ -211,17 +223,38 @@ void DataObject::setName(const KivString& name) {
   fireEvent(nameChanged(), args.get());
 }
 
-DataEvent* DataObject::findEvent(const KivCString& name) const {
+DataObject::EventMap* DataObject::eventMap() const {
+  if (eventsOwed_) {
+    eventsOwed_ = false;
+    if (!events_)
+      events_ = new EventMap(11);
+    for (const KivCString* name : {&propertyModified(), &deletedEvent(), &updatedEvent()}) {
+      DataEvent*& slot = (*events_)[*name];
+      if (!slot) {
+        slot = new DataEvent;
+        slot->setName(*name);
+      }
+    }
+  }
+  return events_;
+}
+
+DataEvent* DataObject::builtEvent(const KivCString& name) const {
   if (!events_)
     return nullptr;
   auto* node = events_->find(name);
   return node ? node->value : nullptr;
 }
 
+DataEvent* DataObject::findEvent(const KivCString& name) const {
+  eventMap();
+  return builtEvent(name);
+}
+
 DataEvent* DataObject::addEvent(const KivCString& name) {
   if ((flags_ & kMapObjectEvents) == 0)
     return nullptr;
-  if (!events_)
+  if (!eventMap())
     events_ = new EventMap(11);
   DataEvent*& slot = (*events_)[name];
   if (!slot) {
@@ -240,6 +273,9 @@ bool DataObject::subscribe(const KivCString& event, IKivEventSubscriber* s) {
 }
 
 bool DataObject::unsubscribe(const KivCString& event, IKivEventSubscriber* s) {
+  // Nobody stands in an event not built yet; it exists all the same.
+  if (eventsOwed_ && !events_)
+    return event == propertyModified() || event == deletedEvent() || event == updatedEvent();
   DataEvent* e = findEvent(event);
   if (!e)
     return false;
@@ -258,7 +294,7 @@ void DataObject::unsubscribeFromAll(IKivEventSubscriber* subscriber) {
 const KivCString& DataObject::eventNames() {
   static KivCString names;
   names = "";
-  if (events_) {
+  if (eventMap()) {
     EventMap::Iterator it(*events_);
     for (bool more = it.first(); more; more = it.next()) {
       names.append(it.key().c_str());
@@ -269,7 +305,7 @@ const KivCString& DataObject::eventNames() {
 }
 
 void DataObject::fireEvent(const KivCString& event, IKivDataEventArgs* args) {
-  if (DataEvent* e = findEvent(event))
+  if (DataEvent* e = builtEvent(event))
     e->fire(static_cast<IKivDataEventSource*>(this), args);
 }
 
@@ -319,10 +355,10 @@ void DataObject::onPropertyEvent(IKivDataEventSource* source, const KivCString&,
     return;
   if (auto* map = kivQuery<IKivPropertyMap>(args, "IKivPropertyMap")) {
     if (!map->hasProperty("name"))
-      map->addProperty(new StringProperty(KivString("name"), property->name(), false, false));
+      map->addProperty(new StringProperty(nameKey(), property->name(), false, false));
     map->addProperty(property);
   }
-  if (DataEvent* e = findEvent(propertyModified()))
+  if (DataEvent* e = builtEvent(propertyModified()))
     e->fire(static_cast<IKivDataEventSource*>(this), args);
 }
 

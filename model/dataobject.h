@@ -10,7 +10,10 @@
 //  - Flags (the PropertyMap byte): 0x08 gives the object its events
 //    ("property_modified", "deleted", "updated"), 0x10 registers it with the
 //    Database in the constructor, so a derived constructor finds it
-//    registered. Tables and lists come into being on first use.
+//    registered. Tables and lists come into being on first use; the three
+//    events of 0x08 too, as a group, when anything asks for one of them by
+//    name, subscribes or adds an event (until then a firing has nobody to
+//    reach).
 //  - "Owners" are references: the last release() runs the destructor, which
 //    fires "deleted" while the name, id, properties and relationships are
 //    still there, then deletes the events, lets go of the properties,
@@ -106,6 +109,7 @@ public:
 
   // The display name, as the "name" property reads it.
   const KivString& nameText() const { return name_; }
+  // Builds the owed events first, so that the event found can be subscribed.
   DataEvent* findEvent(const KivCString& name) const;
   // Adds an event of that name if the object has events (flag 0x08).
   DataEvent* addEvent(const KivCString& name);
@@ -129,8 +133,15 @@ private:
 
   void createNameProperty();
   void deleteEvents();
+  // The event table with the owed events built, in the order the
+  // constructor always added them.
+  EventMap* eventMap() const;
+  // For a firing: an event not built yet has no subscriber to reach.
+  DataEvent* builtEvent(const KivCString& name) const;
 
-  EventMap* events_ = nullptr;
+  mutable EventMap* events_ = nullptr;
+  // The three events of flag 0x08 are due but not built yet.
+  mutable bool eventsOwed_ = false;
   int64_t id_ = -1;
   KivString name_;
   KivTEventSubscriber<DataObject>* subscriber_ = nullptr;
