@@ -4,6 +4,7 @@
 #include "kivbasictypes/ikivpersistentrefmap.h"
 #include "host/hostpersistentrefmap.h"
 #include "model/database.h"
+#include "model/dataevent.h"
 #include "model/dynamicdataobject.h"
 #include "model/internaldataobject.h"
 #include "model/relationship.h"
@@ -174,6 +175,35 @@ TEST_F(DataObjectTest, EventsAndListenersFollowTheFlags) {
   plain->removeLifetimeListener(&listener);
   plain.clear();
   EXPECT_EQ(listener.deaths, 1);
+}
+
+// The three standard events are only built when somebody needs them; every
+// way in must find them as if they had been there from the start.
+TEST_F(DataObjectTest, StandardEventsAreThereWhicheverWayTheyAreFirstReached) {
+  Recorder recorder;
+  std::string names;
+  {
+    IPtr<DataObject> fresh(new DataObject);
+    names = fresh->eventNames().c_str();
+  }
+  IPtr<DataObject> viaUnsubscribe(new DataObject);
+  EXPECT_TRUE(viaUnsubscribe->unsubscribe(KivCString("updated"), &recorder));
+  EXPECT_FALSE(viaUnsubscribe->unsubscribe(KivCString("no_such_event"), &recorder));
+  viaUnsubscribe->fireEvent(KivCString("updated"), nullptr);  // nobody to reach yet
+  ASSERT_TRUE(viaUnsubscribe->subscribe(KivCString("updated"), &recorder));
+  viaUnsubscribe->fireEvent(KivCString("updated"), nullptr);
+  EXPECT_EQ(recorder.own.size(), 1u);
+  EXPECT_EQ(viaUnsubscribe->eventNames().c_str(), names);
+  viaUnsubscribe->unsubscribe(KivCString("updated"), &recorder);
+
+  // An event added first still comes with the standard ones.
+  IPtr<DataObject> viaAdd(new DataObject);
+  ASSERT_NE(viaAdd->addEvent(KivCString("custom")), nullptr);
+  EXPECT_EQ(std::string(viaAdd->eventNames().c_str()).size(), names.size() + 7);
+  ASSERT_NE(viaAdd->findEvent(KivCString("deleted")), nullptr);
+  viaAdd->findEvent(KivCString("deleted"))->subscribe(&recorder);
+  viaAdd.clear();
+  EXPECT_EQ(recorder.own.back(), "deleted ");
 }
 
 TEST_F(DataObjectTest, CloneIsANewIdentityThatHearsItsOwnProperties) {
