@@ -353,7 +353,14 @@ void DataObject::onPropertyEvent(IKivDataEventSource* source, const KivCString&,
   IKivProperty* property = kivQuery<IKivProperty>(source, "IKivProperty");
   if (!property)
     return;
-  if (auto* map = kivQuery<IKivPropertyMap>(args, "IKivPropertyMap")) {
+  // The usual argument object answers its own class name first; any other
+  // is asked for the interface.
+  IKivPropertyMap* map = nullptr;
+  if (auto* known = kivQuery<DataEventArgs>(args, "DataEventArgs"))
+    map = static_cast<PropertyMap*>(known);
+  else
+    map = kivQuery<IKivPropertyMap>(args, "IKivPropertyMap");
+  if (map) {
     if (!map->hasProperty("name"))
       map->addProperty(new StringProperty(nameKey(), property->name(), false, false));
     map->addProperty(property);
