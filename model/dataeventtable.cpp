@@ -6,7 +6,8 @@
 DataEventTable::DataEventTable(uint32_t) {}
 
 DataEventTable::~DataEventTable() {
-  for (Entry& entry : events_)
+  delete first_.event;
+  for (Entry& entry : more_)
     delete entry.event;
 }
 
@@ -15,12 +16,19 @@ DataEvent* DataEventTable::add(const KivCString& name) {
     return event;
   auto* event = new DataEvent;
   event->setName(name);
-  events_.push_back(Entry{name, event});
+  if (!first_.event)
+    first_ = Entry{name, event};
+  else
+    more_.push_back(Entry{name, event});
   return event;
 }
 
 DataEvent* DataEventTable::find(const KivCString& name) const {
-  for (const Entry& entry : events_)
+  if (!first_.event)
+    return nullptr;
+  if (first_.name == name)
+    return first_.event;
+  for (const Entry& entry : more_)
     if (entry.name == name)
       return entry.event;
   return nullptr;

@@ -10,8 +10,9 @@
 //
 // A source has one to a few events, so the names stand in a plain list
 // searched from the front: no hashing of the name on every subscription and
-// no bucket array to allocate. The bucket count of the constructor is only a
-// hint of how many events to expect.
+// no bucket array to allocate. The first event is kept in the table itself,
+// as most sources have only that one. The bucket count of the constructor is
+// not needed and is ignored.
 //
 //===----------------------------------------------------------------------===//
 #pragma once
@@ -43,12 +44,13 @@ public:
   bool unsubscribe(const KivCString& name, IKivEventSubscriber* subscriber);
   void fire(const KivCString& name, IKivDataEventSource* source, IKivDataEventArgs* args);
 
-  int32_t count() const { return static_cast<int32_t>(events_.size()); }
+  int32_t count() const { return (first_.event ? 1 : 0) + static_cast<int32_t>(more_.size()); }
 
 private:
   struct Entry {
     KivCString name;
-    DataEvent* event;
+    DataEvent* event = nullptr;
   };
-  std::vector<Entry> events_;
+  Entry first_;
+  std::vector<Entry> more_;
 };
