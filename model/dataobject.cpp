@@ -163,6 +163,7 @@ void DataObject::deleteEvents() {
   EventMap* events = events_;
   events_ = nullptr;
   eventsOwed_ = false;
+  modified_ = nullptr;
   if (!events)
     return;
   EventMap::Iterator it(*events);
@@ -226,17 +227,23 @@ void DataObject::setName(const KivString& name) {
 DataObject::EventMap* DataObject::eventMap() const {
   if (eventsOwed_) {
     eventsOwed_ = false;
-    if (!events_)
-      events_ = new EventMap(11);
-    for (const KivCString* name : {&propertyModified(), &deletedEvent(), &updatedEvent()}) {
-      DataEvent*& slot = (*events_)[*name];
-      if (!slot) {
-        slot = new DataEvent;
-        slot->setName(*name);
-      }
-    }
+    for (const KivCString* name : {&propertyModified(), &deletedEvent(), &updatedEvent()})
+      addToMap(*name);
   }
   return events_;
+}
+
+DataEvent* DataObject::addToMap(const KivCString& name) const {
+  if (!events_)
+    events_ = new EventMap(11);
+  DataEvent*& slot = (*events_)[name];
+  if (!slot) {
+    slot = new DataEvent;
+    slot->setName(name);
+    if (name == propertyModified())
+      modified_ = slot;
+  }
+  return slot;
 }
 
 DataEvent* DataObject::builtEvent(const KivCString& name) const {
@@ -254,14 +261,8 @@ DataEvent* DataObject::findEvent(const KivCString& name) const {
 DataEvent* DataObject::addEvent(const KivCString& name) {
   if ((flags_ & kMapObjectEvents) == 0)
     return nullptr;
-  if (!eventMap())
-    events_ = new EventMap(11);
-  DataEvent*& slot = (*events_)[name];
-  if (!slot) {
-    slot = new DataEvent;
-    slot->setName(name);
-  }
-  return slot;
+  eventMap();
+  return addToMap(name);
 }
 
 bool DataObject::subscribe(const KivCString& event, IKivEventSubscriber* s) {
@@ -365,8 +366,8 @@ void DataObject::onPropertyEvent(IKivDataEventSource* source, const KivCString&,
       map->addProperty(new StringProperty(nameKey(), property->name(), false, false));
     map->addProperty(property);
   }
-  if (DataEvent* e = builtEvent(propertyModified()))
-    e->fire(static_cast<IKivDataEventSource*>(this), args);
+  if (modified_)
+    modified_->fire(static_cast<IKivDataEventSource*>(this), args);
 }
 
 // --- Stored form -------------------------------------------------------------

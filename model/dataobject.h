@@ -138,10 +138,14 @@ private:
   EventMap* eventMap() const;
   // For a firing: an event not built yet has no subscriber to reach.
   DataEvent* builtEvent(const KivCString& name) const;
+  DataEvent* addToMap(const KivCString& name) const;
 
   mutable EventMap* events_ = nullptr;
   // The three events of flag 0x08 are due but not built yet.
   mutable bool eventsOwed_ = false;
+  // "property_modified" in events_ once built: every property change is
+  // relayed through it, without a look-up by name.
+  mutable DataEvent* modified_ = nullptr;
   int64_t id_ = -1;
   KivString name_;
   KivTEventSubscriber<DataObject>* subscriber_ = nullptr;
