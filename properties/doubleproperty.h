@@ -8,7 +8,7 @@
 //===----------------------------------------------------------------------===//
 #pragma once
 
-#include "properties/valueproperty.h"
+#include "properties/boundedproperty.h"
 
 class IKivDoubleProperty : public IKivValueProperty<double> {
 public:
@@ -16,27 +16,16 @@ public:
   virtual bool setBounds(double min, double max) = 0;
 };
 
-class DoubleProperty : public TValueProperty<DoubleProperty, IKivDoubleProperty, double> {
+class DoubleProperty : public TBoundedProperty<DoubleProperty, IKivDoubleProperty, double> {
 public:
   static constexpr const char* kClassName = "DoubleProperty";
   static constexpr const char* kInterfaceName = "IKivDoubleProperty";
   static constexpr const char* kTypeName = "double";
   static constexpr bool kSkipsEqualValue = true;
 
-  using TValueProperty::TValueProperty;
-  DoubleProperty(const KivString& name, double value, bool readOnly, double min, double max,
-                 bool events);
-
-  double get() const override;
-  void set(const double& value) override;
-  bool getBounds(double* min, double* max) override;
-  bool setBounds(double min, double max) override;
+  using TBoundedProperty::TBoundedProperty;
 
   static void textOf(const double& value, KivString& out);
   static void writeValue(IKivDataModelWriter* writer, const double& value);
   static bool readValue(IKivDataModelReader* reader, double* value);
-
-private:
-  double min_ = -1.7976931348623157e308;
-  double max_ = 1.7976931348623157e308;
 };
