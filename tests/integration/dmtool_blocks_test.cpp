@@ -2,6 +2,7 @@
 #include "core/classids.h"
 #include "kivbasictypes/kivfile.h"
 #include "kivbasictypes/kivvector.h"
+#include "runcommand.h"
 
 #include <gtest/gtest.h>
 
@@ -9,22 +10,12 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 int runTool(const std::string& arguments, std::string* output) {
-  output->clear();
-  std::FILE* pipe = popen((std::string(DM_TOOL_PATH) + " " + arguments + " 2>&1").c_str(), "r");
-  if (!pipe)
-    return -1;
-  char buffer[4096];
-  size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    output->append(buffer, n);
-  int status = pclose(pipe);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return runCommand(std::string(DM_TOOL_PATH) + " " + arguments, output);
 }
 
 class DmtoolBlocks : public ::testing::Test {

@@ -12,6 +12,7 @@
 #include "model/iprogress.h"
 
 #include "core/classids.h"
+#include "runcommand.h"
 
 #include <gtest/gtest.h>
 
@@ -172,20 +173,6 @@ TEST(LoadLibrary, ObjectsByInterfaceNameAndServicesFromTheHost) {
   internal->runTests(nullptr);
   EXPECT_EQ(gHost->errorService()->reportCount(), reports + 2);
   EXPECT_EQ(gHost->errorService()->lastMessage(), gHost->lastError());
-}
-
-// Runs a command and gives its combined output and exit status.
-int runCommand(const std::string& command, std::string* output) {
-  output->clear();
-  std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  if (!pipe)
-    return -1;
-  char buffer[4096];
-  size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    output->append(buffer, n);
-  int status = pclose(pipe);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 std::vector<std::string> linesOf(const std::string& text) {
