@@ -9,6 +9,7 @@
 #include "core/kivclassid.h"
 #include "core/platformexception.h"
 #include "tools/blockdump.h"
+#include "tools/graphfile.h"
 #include "host/referencehost.h"
 #include "host/tovcomponentmanager.h"
 
@@ -17,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -37,12 +39,20 @@ struct Command {
 
 int runInfo(const Arguments& args);
 int runBlocks(const Arguments& args);
+int runCreate(const Arguments& args);
+int runConvert(const Arguments& args);
 
 const Command kCommands[] = {
     {"info", "[--library PATH]",
      "component name, version, API version and one line per class", runInfo},
     {"blocks", "FILE [--depth N]",
      "the block tree of a data-model file, with typed values and class names", runBlocks},
+    {"create", "FILE [--objects N] [--version 9|10]",
+     "a sample object graph of N children (default 3) with a shared child and a cycle",
+     runCreate},
+    {"convert", "IN OUT [--version 9|10]",
+     "the object graph of IN written to OUT with 32-bit (9) or 64-bit (10, default) lengths",
+     runConvert},
 };
 
 void printUsage(std::FILE* out) {
@@ -171,6 +181,87 @@ int runBlocks(const Arguments& args) {
   std::string error;
   if (!dumpBlocks(path.c_str(), stdout, options, &error))
     return fail("blocks: " + error);
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+// Reads the number of `option` from args[i + 1] into *value. Empty on
+// success, else the usage problem.
+std::string parseNumber(const Arguments& args, size_t* i, const char* option, long low, long high,
+                        long* value) {
+  std::string range = std::to_string(low) + " to " + std::to_string(high);
+  if (*i + 1 == args.size())
+    return std::string(option) + " needs a number from " + range;
+  const std::string& text = args[++*i];
+  char* end = nullptr;
+  *value = std::strtol(text.c_str(), &end, 10);
+  if (text.empty() || *end != '\0' || *value < low || *value > high)
+    return std::string(option) + " takes a number from " + range;
+  return std::string();
+}
+
+// The file options of create and convert: `paths` positional files and
+// --version; --objects only where `objects` is given.
+std::string parseGraphOptions(const Arguments& args, std::vector<std::string>* paths,
+                              size_t pathCount, int* fileVersion, long* objects) {
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    std::string problem;
+    if (arg == "--version") {
+      if (i + 1 == args.size() || (args[i + 1] != "9" && args[i + 1] != "10"))
+        return "--version takes 9 (32-bit lengths) or 10 (64-bit lengths)";
+      *fileVersion = args[++i] == "9" ? 9 : 10;
+    } else if (arg == "--objects" && objects) {
+      problem = parseNumber(args, &i, "--objects", 1, 100000, objects);
+    } else if (arg.rfind("--", 0) == 0 || paths->size() == pathCount) {
+      return "unknown argument '" + arg + "'";
+    } else {
+      paths->push_back(arg);
+    }
+    if (!problem.empty())
+      return problem;
+  }
+  if (paths->size() < pathCount)
+    return pathCount == 1 ? "no file given" : "needs an input and an output file";
+  return std::string();
+}
+
+std::string lengthsText(int fileVersion) {
+  return "file version " + std::to_string(fileVersion) +
+         (fileVersion <= 9 ? " (32-bit lengths)" : " (64-bit lengths)");
+}
+
+int runCreate(const Arguments& args) {
+  std::vector<std::string> paths;
+  int fileVersion = 10;
+  long objects = 3;
+  std::string problem = parseGraphOptions(args, &paths, 1, &fileVersion, &objects);
+  if (!problem.empty())
+    return usageError("create: " + problem);
+  GraphFileResult result;
+  std::string error;
+  if (!createSampleGraphFile(paths[0], static_cast<int>(objects), fileVersion, &result, &error))
+    return fail("create: " + error);
+  std::printf("created %s: %d objects, %llu bytes, %s\n", paths[0].c_str(), result.objects,
+              static_cast<unsigned long long>(result.bytes), lengthsText(fileVersion).c_str());
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+int runConvert(const Arguments& args) {
+  std::vector<std::string> paths;
+  int fileVersion = 10;
+  std::string problem = parseGraphOptions(args, &paths, 2, &fileVersion, nullptr);
+  if (!problem.empty())
+    return usageError("convert: " + problem);
+  std::error_code ignored;
+  if (paths[0] == paths[1] || std::filesystem::equivalent(paths[0], paths[1], ignored))
+    return usageError("convert: IN and OUT are the same file");
+  GraphFileResult result;
+  std::string error;
+  if (!convertGraphFile(paths[0], paths[1], fileVersion, &result, &error))
+    return fail("convert: " + error);
+  std::printf("converted %s to %s: %d objects, %llu bytes, %s\n", paths[0].c_str(),
+              paths[1].c_str(), result.objects, static_cast<unsigned long long>(result.bytes),
+              lengthsText(fileVersion).c_str());
   return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
 }
 
