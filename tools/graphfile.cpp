@@ -131,19 +131,31 @@ std::vector<IPtr<DataObject>> reachableFrom(DataObject* top) {
   return found;
 }
 
-// Drops every object reference of the graph, so that cycles don't keep the
+// Holds every object reachable from the top one; when it goes, it drops
+// every object reference among them first, so that cycles don't keep the
 // objects alive and a long chain doesn't die by deep recursion.
-void letGo(std::vector<IPtr<DataObject>>& objects) {
-  for (IPtr<DataObject>& object : objects) {
-    std::vector<ObjectProperty*> references;
-    for (const auto& entry : object->properties())
-      if (auto* reference = kivQuery<ObjectProperty>(entry.second.get(), ObjectProperty::kClassName))
-        references.push_back(reference);
-    for (ObjectProperty* reference : references)
-      reference->clearValue();
+class Graph {
+public:
+  explicit Graph(DataObject* top) : objects_(reachableFrom(top)) {}
+  ~Graph() {
+    for (IPtr<DataObject>& object : objects_) {
+      std::vector<ObjectProperty*> references;
+      for (const auto& entry : object->properties())
+        if (auto* reference =
+                kivQuery<ObjectProperty>(entry.second.get(), ObjectProperty::kClassName))
+          references.push_back(reference);
+      for (ObjectProperty* reference : references)
+        reference->clearValue();
+    }
   }
-  objects.clear();
-}
+  Graph(const Graph&) = delete;
+  Graph& operator=(const Graph&) = delete;
+
+  size_t size() const { return objects_.size(); }
+
+private:
+  std::vector<IPtr<DataObject>> objects_;
+};
 
 // Removes the file at its path when it goes, unless kept.
 class TemporaryFile {
@@ -254,12 +266,9 @@ bool createSampleGraphFile(const std::string& path, int children, int fileVersio
   refer(parts.back(), "owner", top);
   parts.clear();
 
-  std::vector<IPtr<DataObject>> objects = reachableFrom(top);
-  result->objects = static_cast<int>(objects.size());
-  const bool ok =
-      writeGraphFile(top, path, fileVersion, host->persistentRefMap(), &result->bytes, error);
-  letGo(objects);
-  return ok;
+  Graph graph(top);
+  result->objects = static_cast<int>(graph.size());
+  return writeGraphFile(top, path, fileVersion, host->persistentRefMap(), &result->bytes, error);
 }
 
 bool convertGraphFile(const std::string& in, const std::string& out, int fileVersion,
@@ -297,14 +306,14 @@ bool convertGraphFile(const std::string& in, const std::string& out, int fileVer
   const size_t waiting = refs->waitingCount();
   const size_t numbered = refs->objectCount();
   refs->reset();
-  std::vector<IPtr<DataObject>> objects = reachableFrom(top);
-  // Whatever happens below, the graph is let go of when this returns.
-  struct Release {
-    std::vector<IPtr<DataObject>>* objects;
-    ~Release() { letGo(*objects); }
-  } release{&objects};
+  Graph graph(top);
 
   const std::string unknown = reader.firstUnknown();
+  // Past the graph, only the end of the root and of the file may follow.
+  const bool graphEndsRoot = reader.depth() == 1 && reader.bytesLeft() == 0;
+  if (graphEndsRoot)
+    reader.endBlock();
+  const bool rootEndsFile = graphEndsRoot && reader.bytesLeft() == 0;
   std::string problem;
   if (!readOk || !reader.good())
     problem = "is cut short or damaged";
@@ -312,17 +321,17 @@ bool convertGraphFile(const std::string& in, const std::string& out, int fileVer
     problem = "holds a stored " + unknown + " that this build doesn't know";
   else if (waiting > 0)
     problem = "refers to objects that it doesn't hold";
-  else if (numbered > objects.size())
+  else if (numbered > graph.size())
     problem = "holds objects that its top object doesn't reach";
-  else if (reader.depth() != 1 || reader.bytesLeft() != 0)
+  else if (!graphEndsRoot)
     problem = "holds more than one object graph";
-  else if (reader.endBlock(), reader.bytesLeft() != 0)
+  else if (!rootEndsFile)
     problem = "holds data behind its root block";
   if (!problem.empty()) {
     *error = "'" + in + "' " + problem;
     return false;
   }
 
-  result->objects = static_cast<int>(objects.size());
+  result->objects = static_cast<int>(graph.size());
   return writeGraphFile(top, out, fileVersion, refs, &result->bytes, error);
 }
