@@ -112,6 +112,7 @@ void Property::switchEventsOff() {
   eventsOn_ = 0;
   argsPending_ = 0;
   args_.clear();
+  spare_.clear();
   delete events;
 }
 
@@ -144,9 +145,9 @@ bool Property::changeNeedsArguments() {
     return subscribed && fetchArgs();
   if (subscribed || args_->refCount() > 1)
     return true;
-  // Fetched while the used one is still alive, so that the two differ.
+  // Swapped while the used one is still alive, so that the two differ.
   IPtr<IKivDataEventArgs> used(args_);
-  refreshArgs();
+  refreshArgsAfter(used);
   return false;
 }
 
@@ -198,5 +199,28 @@ void Property::announceChange(IKivProperty* oldValue, IKivProperty* newValue) {
   // The table holds no other event: no look-up by name.
   if (modified_)
     modified_->fire(static_cast<IKivDataEventSource*>(this), args.get());
-  refreshArgs();
+  refreshArgsAfter(args);
+}
+
+void Property::refreshArgsAfter(IPtr<IKivDataEventArgs>& used) {
+  // Ours alone: the caller's reference, and args_ unless a nested change or
+  // a subscriber replaced it.
+  const uint32_t ours = args_.get() == used.get() ? 2 : 1;
+  DataEventArgs* reusable = nullptr;
+  if (eventsOn_ && used->refCount() == ours)
+    reusable = kivQuery<DataEventArgs>(used.get(), "DataEventArgs");
+  if (eventsOn_ && spare_ && componentManager()) {
+    args_ = std::move(spare_);
+    argsPending_ = 0;
+  } else {
+    spare_.clear();  // without a manager the property falls silent
+    refreshArgs();
+  }
+  if (!reusable || !args_)
+    return;
+  spare_ = used;
+  // As a fresh one from the class table: no entries, the flags its
+  // constructor sets. Documentation lives outside the map.
+  reusable->setFlags(kMapArgsFlag | kMapPropertyEvents);
+  reusable->removeAllProperties();
 }

@@ -21,6 +21,12 @@
 //    Whoever keeps a reference to the used one keeps it alive. When nobody
 //    could see them (no subscriber, and nobody else holds the argument
 //    object), the two properties aren't built; the swap still happens.
+//  - The swap recycles: a used argument object that nobody else holds is
+//    emptied, given the flags of a fresh one and kept as the spare, and the
+//    next swap takes the spare instead of fetching. Two objects thus take
+//    turns, so that the next one is always another object than the used
+//    one, as with a fetch. The spare is taken only while a component manager
+//    is installed: without one a fetch would fail and silence the property.
 //  - A subscriber must not drop the last reference to the property that is
 //    firing (the holding map keeps one).
 //  - persistent is true after every constructor, also after a copy; a copy
@@ -90,6 +96,10 @@ protected:
   // Drops the argument object and fetches a new, empty one. With events off
   // it stays empty, so that an event switched off inside a delivery stays off.
   void refreshArgs();
+  // refreshArgs after a change that used `used` (held by the caller); keeps
+  // `used` as the spare if nobody else holds it. Touches no member after the
+  // emptying, which may drop the last reference to this property.
+  void refreshArgsAfter(IPtr<IKivDataEventArgs>& used);
 
   // Announces a change of a value class P with value type T. Costs one null
   // test when events are off.
@@ -137,9 +147,11 @@ private:
   uint8_t eventsOn_ = 0;
   // Events are on but the argument object hasn't been fetched yet.
   mutable uint8_t argsPending_ = 0;
+  uint8_t persistent_ = 1;
   KivString name_;
   DataEventTable* events_ = nullptr;
   DataEvent* modified_ = nullptr;  // "property_modified" in events_
   mutable IPtr<IKivDataEventArgs> args_;
-  uint8_t persistent_ = 1;
+  // An emptied argument object that only this property holds; see above.
+  IPtr<IKivDataEventArgs> spare_;
 };

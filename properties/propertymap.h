@@ -128,6 +128,9 @@ public:
   // Erases the entry and drops the map's reference; false if absent. No
   // detachProperty, no read-only check.
   bool removeProperty(const KivString& name);
+  // Drops every entry and the map's references; as above, no
+  // detachProperty and no read-only check.
+  void removeAllProperties() { properties_.clear(); }
 
   uint8_t flags() const { return flags_; }
   void setFlags(uint8_t flags) { flags_ = flags; }

@@ -132,6 +132,57 @@ TEST_F(PropertyTest, AnUnheardChangeStillSwapsAndFillsHeldArguments) {
   EXPECT_EQ(changes.calls, std::vector<std::string>{"property_modified 3 4"});
 }
 
+// Hears a change without keeping the arguments.
+class Reader : public DataEventSubscriber {
+public:
+  void onDataEvent(DataEventSource*, const KivCString&, DataEventArgs* args) override {
+    onCall(args);
+  }
+  std::function<void(DataEventArgs*)> onCall;
+};
+
+// An argument object that nobody kept is emptied and used again, but never by
+// the very next change, and never while a nested change or a holder can still
+// read it.
+TEST_F(PropertyTest, ArgumentsAreRecycledOnlyWhenNobodyCanSeeThem) {
+  IPtr<IntProperty> p(new IntProperty(KivString("x"), 0, false));
+  auto* first = kivQuery<DataEventArgs>(p->eventArgs(), "DataEventArgs");
+  ASSERT_NE(first, nullptr);
+  first->set("left", 1);  // through a bare pointer, then forgotten
+  first->setFlags(0);
+  p->set(1);
+  auto* second = kivQuery<DataEventArgs>(p->eventArgs(), "DataEventArgs");
+  p->set(2);
+  EXPECT_NE(second, first);
+  EXPECT_EQ(p->eventArgs(), static_cast<IKivDataEventArgs*>(first));
+  EXPECT_EQ(first->count(), 0);
+  EXPECT_EQ(first->flags(), kMapArgsFlag | kMapPropertyEvents);
+
+  // The outer call reads its arguments after a nested change, which shares
+  // them, and keeps them; they must still hold what they held.
+  std::vector<std::string> seen;
+  Reader reader;
+  IPtr<IKivDataEventArgs> kept;
+  int depth = 0;
+  reader.onCall = [&](DataEventArgs* args) {
+    if (++depth == 1 && p->get() == 3)
+      p->set(4);
+    seen.push_back(std::to_string(args->getInt("oldValue")) + " " +
+                   std::to_string(args->getInt("newValue")));
+    if (depth-- == 1)
+      kept = args;
+  };
+  p->subscribe(modified(), &reader);
+  p->set(3);
+  EXPECT_EQ(seen, (std::vector<std::string>{"3 4", "3 4"}));
+  IPtr<IKivDataEventArgs> last(kept);
+  p->set(5);
+  p->set(6);
+  EXPECT_EQ(kivQuery<DataEventArgs>(last.get(), "DataEventArgs")->getInt("newValue"), 4);
+  EXPECT_EQ(seen.back(), "5 6");
+  p->unsubscribe(modified(), &reader);
+}
+
 // "oldValue" and "newValue" are full properties with events: they can be
 // subscribed to, fire with arguments of their own, and copy with events.
 TEST_F(PropertyTest, TheArgumentPropertiesOfAChangeHaveEvents) {
