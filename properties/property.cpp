@@ -147,7 +147,7 @@ bool Property::changeNeedsArguments() {
     return true;
   // Swapped while the used one is still alive, so that the two differ.
   IPtr<IKivDataEventArgs> used(args_);
-  refreshArgsAfter(used);
+  refreshArgsAfter(used, kivQuery<DataEventArgs>(used.get(), "DataEventArgs"));
   return false;
 }
 
@@ -192,23 +192,22 @@ void Property::announceChange(IKivProperty* oldValue, IKivProperty* newValue) {
   // Held here, so that a subscriber that switches events off can't take the
   // argument object away from the rest of the delivery.
   IPtr<IKivDataEventArgs> args(args_);
-  if (auto* map = kivQuery<DataEventArgs>(args.get(), "DataEventArgs")) {
+  auto* map = kivQuery<DataEventArgs>(args.get(), "DataEventArgs");
+  if (map) {
     map->addProperty(oldValue);
     map->addProperty(newValue);
   }
   // The table holds no other event: no look-up by name.
   if (modified_)
     modified_->fire(static_cast<IKivDataEventSource*>(this), args.get());
-  refreshArgsAfter(args);
+  refreshArgsAfter(args, map);
 }
 
-void Property::refreshArgsAfter(IPtr<IKivDataEventArgs>& used) {
+void Property::refreshArgsAfter(IPtr<IKivDataEventArgs>& used, DataEventArgs* map) {
   // Ours alone: the caller's reference, and args_ unless a nested change or
   // a subscriber replaced it.
   const uint32_t ours = args_.get() == used.get() ? 2 : 1;
-  DataEventArgs* reusable = nullptr;
-  if (eventsOn_ && used->refCount() == ours)
-    reusable = kivQuery<DataEventArgs>(used.get(), "DataEventArgs");
+  DataEventArgs* reusable = eventsOn_ && used->refCount() == ours ? map : nullptr;
   if (eventsOn_ && spare_ && componentManager()) {
     args_ = std::move(spare_);
     argsPending_ = 0;

@@ -45,6 +45,7 @@
 #include "properties/ikivproperty.h"
 
 class DataEvent;
+class DataEventArgs;
 class DataEventTable;
 
 class Property : public DataEventSource, public IKivProperty, public IKivWriteable {
@@ -96,10 +97,11 @@ protected:
   // Drops the argument object and fetches a new, empty one. With events off
   // it stays empty, so that an event switched off inside a delivery stays off.
   void refreshArgs();
-  // refreshArgs after a change that used `used` (held by the caller); keeps
-  // `used` as the spare if nobody else holds it. Touches no member after the
-  // emptying, which may drop the last reference to this property.
-  void refreshArgsAfter(IPtr<IKivDataEventArgs>& used);
+  // refreshArgs after a change that used `used` (held by the caller; `map`
+  // is it as DataEventArgs, or null if it isn't one); keeps `used` as the
+  // spare if nobody else holds it. Touches no member after the emptying,
+  // which may drop the last reference to this property.
+  void refreshArgsAfter(IPtr<IKivDataEventArgs>& used, DataEventArgs* map);
 
   // Announces a change of a value class P with value type T. Costs one null
   // test when events are off.
