@@ -50,6 +50,7 @@ Property::Property(const Property& other)
 Property::~Property() {
   if (events_)
     switchEventsOff();
+  dropSpare();
 }
 
 void Property::queryInterface(const char* name, void** out) {
@@ -112,7 +113,7 @@ void Property::switchEventsOff() {
   eventsOn_ = 0;
   argsPending_ = 0;
   args_.clear();
-  spare_.clear();
+  dropSpare();
   delete events;
 }
 
@@ -149,6 +150,13 @@ bool Property::changeNeedsArguments() {
   IPtr<IKivDataEventArgs> used(args_);
   refreshArgsAfter(used, kivQuery<DataEventArgs>(used.get(), "DataEventArgs"));
   return false;
+}
+
+void Property::dropSpare() {
+  if (DataEventArgs* spare = spare_) {
+    spare_ = nullptr;
+    static_cast<IKivDataEventArgs*>(spare)->release();
+  }
 }
 
 const KivClassId* Property::classId() {
@@ -209,15 +217,17 @@ void Property::refreshArgsAfter(IPtr<IKivDataEventArgs>& used, DataEventArgs* ma
   const uint32_t ours = args_.get() == used.get() ? 2 : 1;
   DataEventArgs* reusable = eventsOn_ && used->refCount() == ours ? map : nullptr;
   if (eventsOn_ && spare_ && componentManager()) {
-    args_ = std::move(spare_);
+    args_ = static_cast<IKivDataEventArgs*>(spare_);
     argsPending_ = 0;
+    dropSpare();  // args_ holds it now
   } else {
-    spare_.clear();  // without a manager the property falls silent
+    dropSpare();  // without a manager the property falls silent
     refreshArgs();
   }
   if (!reusable || !args_)
     return;
-  spare_ = used;
+  spare_ = reusable;
+  static_cast<IKivDataEventArgs*>(reusable)->addRef();
   // As a fresh one from the class table: no entries, the flags its
   // constructor sets. Documentation lives outside the map.
   reusable->setFlags(kMapArgsFlag | kMapPropertyEvents);
