@@ -9,8 +9,13 @@
 //    with "property_modified" is built when the first subscriber comes (or
 //    unsubscribes), not before: until then nobody can be told anything. The
 //    argument object comes from the class table under "IKivDataEventArgs" at
-//    construction, at enableEvents(true) and after each firing; without a
-//    component manager it stays empty and the property never fires.
+//    construction, at enableEvents(true) and after each firing (unless a
+//    spare serves, below); without a component manager it stays empty and
+//    the property never fires. The fetch at construction stays eager on
+//    purpose: put off to the first need, it would silence a property whose
+//    manager went away in between (as it is, it fires once more), take the
+//    object from whichever manager is installed by then, and, when that map
+//    is the process's first, move the one read of the map-warning setting.
 //  - The "oldValue" and "newValue" properties that a change hands out have
 //    events on in the lazy form: no table and no argument object until they
 //    get a subscriber, are asked for eventArgs(), or change themselves.
