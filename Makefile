@@ -14,8 +14,13 @@ build: deps
 	@cmake --preset default >/dev/null
 	@cmake --build build -j $(JOBS)
 
+# The tool's main job: the component it loads, then a sample document graph
+# written, converted to 32-bit lengths and inspected.
 run: build
 	./build/dmtool info
+	./build/dmtool create build/sample.kiv
+	./build/dmtool convert build/sample.kiv build/sample-v9.kiv --version 9
+	./build/dmtool blocks build/sample-v9.kiv --depth 3
 
 test: build
 	cd build && ctest --output-on-failure -j $(JOBS)
