@@ -8,10 +8,8 @@
 //===----------------------------------------------------------------------===//
 #pragma once
 
-#include "core/ikivcomponent.h"
 #include "core/lookup.h"
 #include "host/referencehost.h"
-#include "host/tovcomponentmanager.h"
 
 inline ReferenceHost& benchHost() {
   static ReferenceHost* host = [] {
@@ -19,10 +17,7 @@ inline ReferenceHost& benchHost() {
     options.echo = false;
     options.logFile = false;
     auto* made = new ReferenceHost(options);
-    uint32_t api = 0;
-    IKivComponent* component = nullptr;
-    if (EntryPoint(&api, &component) == 1)
-      made->manager()->addComponent(component, "datamodelcmp (bench)");
+    made->addLinkedComponent("datamodelcmp (bench)");
     return made;
   }();
   return *host;

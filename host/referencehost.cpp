@@ -1,6 +1,8 @@
 //===- referencehost.cpp - A complete host for building and testing -------===//
 #include "host/referencehost.h"
 
+#include "core/ikivcomponent.h"
+
 #include "core/lookup.h"
 #include "host/hostasserthandler.h"
 #include "host/hostdatastore.h"
@@ -116,6 +118,16 @@ IKivComponent* ReferenceHost::loadLibrary(const char* path) {
   if (!component && setComponents)
     directories_->setPath("components", std::string());
   return component;
+}
+
+IKivComponent* ReferenceHost::addLinkedComponent(const char* label) {
+  uint32_t api = 0;
+  IKivComponent* component = nullptr;
+  if (EntryPoint(&api, &component) != 1 || !component) {
+    setupError_ = "the linked component does not start";
+    return nullptr;
+  }
+  return manager_->addComponent(component, label) ? component : nullptr;
 }
 
 std::string ReferenceHost::lastError() const {

@@ -56,6 +56,11 @@ public:
   // Null on failure; lastError() says why in one line. The first library
   // loaded also becomes the "components" directory unless one was set.
   IKivComponent* loadLibrary(const char* path);
+  // Adds the copy of the component that is linked into this program (tests,
+  // benchmarks, tools), under `label`, instead of loading the library. Null
+  // on failure, with lastError() saying why. Its classes register once per
+  // process, with the first host that adds it.
+  IKivComponent* addLinkedComponent(const char* label);
   std::string lastError() const;
 
   TovComponentManager* manager() const { return manager_.get(); }

@@ -36,10 +36,7 @@ ReferenceHost* componentHost(std::string* error) {
     options.abortOnAssert = false;
     options.logFile = false;
     host = new ReferenceHost(options);
-    uint32_t api = 0;
-    IKivComponent* component = nullptr;
-    return EntryPoint(&api, &component) == 1 &&
-           host->manager()->addComponent(component, "datamodelcmp (in process)") != nullptr;
+    return host->addLinkedComponent("datamodelcmp (in process)") != nullptr;
   }();
   if (!ready) {
     *error = "cannot start the component: " + host->lastError();

@@ -21,10 +21,7 @@ inline ReferenceHost& inProcessHost() {
     options.logFile = false;
     options.abortOnAssert = false;
     auto* h = new ReferenceHost(options);
-    uint32_t api = 0;
-    IKivComponent* component = nullptr;
-    if (EntryPoint(&api, &component) == 1)
-      h->manager()->addComponent(component, "datamodelcmp (in process)");
+    h->addLinkedComponent("datamodelcmp (in process)");
     return h;
   }();
   return *host;
