@@ -10,6 +10,7 @@
 
 #include "core/lookup.h"
 #include "host/referencehost.h"
+#include "host/tovcomponentmanager.h"
 
 inline ReferenceHost& benchHost() {
   static ReferenceHost* host = [] {
