@@ -35,6 +35,7 @@
 #include "kivbasictypes/ikivdatamodelwriter.h"
 #include "properties/ikivvalueproperty.h"
 #include "properties/property.h"
+#include "properties/valueproperty.h"
 
 template <class Derived, class Interface, class Object>
 class TPointerProperty : public Property, public Interface {
@@ -55,20 +56,7 @@ public:
   }
 
   void queryInterface(const char* name, void** out) override {
-    if (!name) {
-      KivClassWalk* walk = kivWalkOf(out);
-      kivWalkClass(walk, Derived::kClassName);
-      Property::queryInterface(nullptr, out);
-      kivWalkEnd(walk);
-      kivWalkInterface(walk, Derived::kInterfaceName);
-      return;
-    }
-    *out = nullptr;
-    if (kivAnswer(name, Derived::kClassName, static_cast<Derived*>(this), out) ||
-        kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out) ||
-        kivAnswer(name, Derived::kInterfaceName, static_cast<Interface*>(this), out))
-      return;
-    Property::queryInterface(name, out);
+    queryValueClass<Derived, Interface>(static_cast<Derived*>(this), name, out);
   }
   const char* className() const override { return Derived::kClassName; }
 

@@ -37,6 +37,26 @@
 #include "properties/ikivvalueproperty.h"
 #include "properties/property.h"
 
+// The query of a value class: its class name, IKivUnknown and its value
+// interface, then what Property answers; with a null name, the class walk.
+template <class Derived, class Interface>
+void queryValueClass(Derived* self, const char* name, void** out) {
+  if (!name) {
+    KivClassWalk* walk = kivWalkOf(out);
+    kivWalkClass(walk, Derived::kClassName);
+    self->Property::queryInterface(nullptr, out);
+    kivWalkEnd(walk);
+    kivWalkInterface(walk, Derived::kInterfaceName);
+    return;
+  }
+  *out = nullptr;
+  if (kivAnswer(name, Derived::kClassName, self, out) ||
+      kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(self), out) ||
+      kivAnswer(name, Derived::kInterfaceName, static_cast<Interface*>(self), out))
+    return;
+  self->Property::queryInterface(name, out);
+}
+
 template <class Derived, class Interface, class T>
 class TValueProperty : public Property, public Interface {
 public:
@@ -52,20 +72,7 @@ public:
       : IKivUnknown(other), Property(other), Interface(other), value_(other.get()) {}
 
   void queryInterface(const char* name, void** out) override {
-    if (!name) {
-      KivClassWalk* walk = kivWalkOf(out);
-      kivWalkClass(walk, Derived::kClassName);
-      Property::queryInterface(nullptr, out);
-      kivWalkEnd(walk);
-      kivWalkInterface(walk, Derived::kInterfaceName);
-      return;
-    }
-    *out = nullptr;
-    if (kivAnswer(name, Derived::kClassName, static_cast<Derived*>(this), out) ||
-        kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out) ||
-        kivAnswer(name, Derived::kInterfaceName, static_cast<Interface*>(this), out))
-      return;
-    Property::queryInterface(name, out);
+    queryValueClass<Derived, Interface>(static_cast<Derived*>(this), name, out);
   }
   const char* className() const override { return Derived::kClassName; }
 
