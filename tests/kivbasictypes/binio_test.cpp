@@ -1,6 +1,7 @@
 #include "kivbasictypes/binio.h"
 
 #include "binstreams.h"
+#include "tempfile.h"
 #include "core/kivassert.h"
 #include "kivbasictypes/kivplatform.h"
 #include "kivbasictypes/kivstring.h"
@@ -12,30 +13,6 @@
 #include <string>
 
 namespace {
-
-// A file name under /tmp that no other test process uses; removed at scope end.
-struct TempPath {
-  TempPath() {
-    static int counter = 0;
-    path = "/tmp/binio-test-" + std::to_string(kivplatform::processId()) + "-" +
-           std::to_string(++counter);
-  }
-  ~TempPath() { std::remove(path.c_str()); }
-  KivString kiv() const { return KivString(path.c_str()); }
-  std::string path;
-};
-
-Bytes fileBytes(const std::string& path) {
-  Bytes out;
-  std::FILE* f = std::fopen(path.c_str(), "rb");
-  if (!f)
-    return out;
-  int c;
-  while ((c = std::fgetc(f)) != EOF)
-    out.push_back(static_cast<uint8_t>(c));
-  std::fclose(f);
-  return out;
-}
 
 template <class T>
 Bytes written(const T* data, size_t width, size_t count) {

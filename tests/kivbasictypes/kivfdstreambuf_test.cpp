@@ -1,4 +1,5 @@
 #include "kivbasictypes/kivfdstreambuf.h"
+#include "tempfile.h"
 
 #include "kivbasictypes/kivplatform.h"
 #include "kivbasictypes/kivstring.h"
@@ -10,16 +11,6 @@
 #include <string>
 
 namespace {
-
-struct TempPath {
-  explicit TempPath(const std::string& suffix = "") {
-    static int counter = 0;
-    path = "/tmp/kivfd-test-" + std::to_string(kivplatform::processId()) + "-" +
-           std::to_string(++counter) + suffix;
-  }
-  ~TempPath() { std::remove(path.c_str()); }
-  std::string path;
-};
 
 std::string contents(const std::string& path) {
   std::string out;

@@ -1,6 +1,7 @@
 #include "kivbasictypes/kivfile.h"
 
 #include "binstreams.h"
+#include "tempfile.h"
 #include "kivfilewalk.h"
 #include "core/kivassert.h"
 #include "core/kivclassid.h"
@@ -53,29 +54,6 @@ uint64_t bigEndian(const Bytes& b, size_t from, size_t width) {
   for (size_t i = 0; i < width; ++i)
     v = (v << 8) | b[from + i];
   return v;
-}
-
-struct TempPath {
-  TempPath() {
-    static int counter = 0;
-    path = "/tmp/kivfile-test-" + std::to_string(kivplatform::processId()) + "-" +
-           std::to_string(++counter);
-  }
-  ~TempPath() { std::remove(path.c_str()); }
-  KivString kiv() const { return KivString(path.c_str()); }
-  std::string path;
-};
-
-Bytes fileBytes(const std::string& path) {
-  Bytes out;
-  std::FILE* f = std::fopen(path.c_str(), "rb");
-  if (!f)
-    return out;
-  int c;
-  while ((c = std::fgetc(f)) != EOF)
-    out.push_back(static_cast<uint8_t>(c));
-  std::fclose(f);
-  return out;
 }
 
 class Writeable : public IKivWriteable {
