@@ -3,6 +3,7 @@
 
 #include "core/classids.h"
 #include "core/kivclassid.h"
+#include "host/utf8.h"
 
 #include <algorithm>
 #include <bit>
@@ -136,39 +137,12 @@ std::string quoted(const std::string& utf8, bool escapeHigh) {
   return out + "\"";
 }
 
-// 16-bit big-endian units to UTF-8; lone surrogates become U+FFFD.
+// 16-bit big-endian units to UTF-8.
 std::string utf16ToUtf8(const uint8_t* p, int64_t units) {
-  std::string out;
-  auto put = [&out](uint32_t cp) {
-    if (cp < 0x80) {
-      out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-      out += static_cast<char>(0xC0 | (cp >> 6));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-      out += static_cast<char>(0xE0 | (cp >> 12));
-      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (cp >> 18));
-      out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-  };
-  for (int64_t i = 0; i < units; ++i) {
-    uint32_t u = static_cast<uint32_t>((p[2 * i] << 8) | p[2 * i + 1]);
-    if (u >= 0xD800 && u < 0xDC00 && i + 1 < units) {
-      uint32_t low = static_cast<uint32_t>((p[2 * i + 2] << 8) | p[2 * i + 3]);
-      if (low >= 0xDC00 && low < 0xE000) {
-        put(0x10000 + ((u - 0xD800) << 10) + (low - 0xDC00));
-        ++i;
-        continue;
-      }
-    }
-    put(u >= 0xD800 && u < 0xE000 ? 0xFFFD : u);
-  }
-  return out;
+  std::u16string wide(static_cast<size_t>(units), u'\0');
+  for (int64_t i = 0; i < units; ++i)
+    wide[static_cast<size_t>(i)] = static_cast<char16_t>((p[2 * i] << 8) | p[2 * i + 1]);
+  return utf8FromUnits(wide);
 }
 
 std::string numbers(const char* open, const char* close, int count, int width,
