@@ -38,6 +38,7 @@
 #include "undo/undoinfo.h"
 #include "undo/undomanager.h"
 #include "undo/undomanagerlistener.h"
+#include "properties/imageproperty.h"
 
 namespace {
 
@@ -115,6 +116,7 @@ const BuiltClass kBuiltClasses[] = {
     {"UndoInfo", &newInstanceFactory<UndoInfo>},
     {"UndoManager", &newInstanceFactory<UndoManager>},
     {"UndoManagerListener", &newInstanceFactory<UndoManagerListener>},
+    {"ImageProperty", &newInstanceFactory<ImageProperty>},
 };
 
 const BuiltClass* builtClass(const char* name) {

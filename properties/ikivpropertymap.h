@@ -27,6 +27,8 @@
 #include <cstdint>
 
 class DirIndex;
+class IKivImage;
+class KivImage;
 class GridIndex;
 class IKivProperty;
 class KivString;
@@ -63,6 +65,8 @@ public:
   // The property holds the object itself, with a reference.
   virtual void set(const char* name, GridIndex* value) = 0;
   virtual void set(const char* name, DirIndex* value) = 0;
+  // Into an ImageProperty, which holds the image with a reference.
+  virtual void set(const char* name, IKivImage* value) = 0;
   virtual void set(const char* name, const KivBounds& value) = 0;
   virtual void set(const char* name, const KivMatrix& value) = 0;
   // Enters `p` under `name`, replacing what stands there; the old property
@@ -105,6 +109,11 @@ public:
   virtual double getDouble(const char* name) const = 0;
   virtual KivVector getVector3D(const char* name) const = 0;
   virtual KivString getString(const char* name) const = 0;
+  // The image of an ImageProperty, as class and as interface.
+  virtual KivImage* getImage(const char* name) const = 0;
+  virtual KivImage* getImage(const KivString& name) const = 0;
+  virtual IKivImage* getImageInterface(const char* name) const = 0;
+  virtual IKivImage* getImageInterface(const KivString& name) const = 0;
   virtual Vector2D getVector2D(const char* name) const = 0;
   virtual Vector2F getVector2F(const char* name) const = 0;
   virtual KivMatrix getMatrix(const char* name) const = 0;

@@ -22,6 +22,8 @@
 #include "properties/stringproperty.h"
 #include "properties/transform3dproperty.h"
 #include "properties/vectorproperty.h"
+#include "base/basic/kivimage.h"
+#include "properties/imageproperty.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -293,6 +295,33 @@ void PropertyMap::replaceProperty(const char* name, IKivProperty* p) {
     throwNoSuchProperty(KivString(name));
   addProperty(p, name);
 }
+
+// --- Images: the property is asked for its interface, not its type name ----
+
+void PropertyMap::set(const char* name, IKivImage* value) {
+  KivImage* image = kivQuery<KivImage>(value, "KivImage");
+  IKivProperty* p = writableProperty(name);
+  if (!p) {
+    addProperty(new ImageProperty(KivString(name), image, false, (flags_ & kMapPropertyEvents) != 0));
+    return;
+  }
+  auto* target = kivQuery<IKivImageProperty>(p, "IKivImageProperty");
+  if (!target)
+    throwWrongType(KivString(p->typeName()), KivString(name), KivString("Image"));
+  target->set(image);
+}
+
+KivImage* PropertyMap::getImage(const char* name) const {
+  return getValue<ImageProperty>(name, "KivImage");
+}
+
+KivImage* PropertyMap::getImage(const KivString& name) const {
+  return getValue<ImageProperty>(name, "KivImage");
+}
+
+IKivImage* PropertyMap::getImageInterface(const char* name) const { return getImage(name); }
+
+IKivImage* PropertyMap::getImageInterface(const KivString& name) const { return getImage(name); }
 
 void PropertyMap::clearProperty(const char* name) {
   if (IKivProperty* p = writableProperty(name))

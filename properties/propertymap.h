@@ -61,6 +61,7 @@ public:
   void set(const char* name, KivGridPoint value) override;
   void set(const char* name, GridIndex* value) override;
   void set(const char* name, DirIndex* value) override;
+  void set(const char* name, IKivImage* value) override;
   void set(const char* name, const KivBounds& value) override;
   void set(const char* name, const KivMatrix& value) override;
   void replaceProperty(const char* name, IKivProperty* p) override;
@@ -87,6 +88,10 @@ public:
   double getDouble(const char* name) const override;
   KivVector getVector3D(const char* name) const override;
   KivString getString(const char* name) const override;
+  KivImage* getImage(const char* name) const override;
+  KivImage* getImage(const KivString& name) const override;
+  IKivImage* getImageInterface(const char* name) const override;
+  IKivImage* getImageInterface(const KivString& name) const override;
   Vector2D getVector2D(const char* name) const override;
   Vector2F getVector2F(const char* name) const override;
   KivMatrix getMatrix(const char* name) const override;
