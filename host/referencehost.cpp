@@ -8,6 +8,7 @@
 #include "host/hostdatastore.h"
 #include "host/hostdirservice.h"
 #include "host/hosterrorservice.h"
+#include "host/hostimagecodecs.h"
 #include "host/hostlog.h"
 #include "host/hostmemorymanager.h"
 #include "host/hostpersistentrefmap.h"
@@ -74,6 +75,10 @@ ReferenceHost::ReferenceHost(const ReferenceHostOptions& options)
   manager_->registerService("IKivDirService", directories_.get());
   manager_->registerService("IKivMManager", memoryManager_.get());
   manager_->registerService("IKivPersistentRefMap", persistentRefMap_.get());
+  compressPng_ = new HostCompressPNG;
+  imageWriter_ = new HostImageWriter(log_.get());
+  manager_->registerService("IKivCompressPNG", compressPng_.get());
+  manager_->registerService("IKivImageWriter", imageWriter_.get());
   if (!options.translationTable.empty()) {
     IPtr<HostTranslatorService> translator(new HostTranslatorService);
     if (translator->loadTable(options.translationTable.c_str())) {
@@ -95,6 +100,8 @@ ReferenceHost::~ReferenceHost() {
   manager_->shutdown();
   if (componentManager() == manager_.get())
     setComponentManager(nullptr);
+  imageWriter_.clear();
+  compressPng_.clear();
   translatorService_.clear();
   persistentRefMap_.clear();
   memoryManager_.clear();

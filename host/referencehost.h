@@ -3,7 +3,8 @@
 // ReferenceHost builds a TovComponentManager, registers the host's services
 // under their interface names ("IDataStore", "IKivLog3", "IKivErrorService",
 // "IKivAssertHandlerCB", "IKivDirService", "IKivMManager",
-// "IKivPersistentRefMap", and "IKivTranslatorService" when a table is given),
+// "IKivPersistentRefMap", the image codecs "IKivCompressPNG" and
+// "IKivImageWriter", and "IKivTranslatorService" when a table is given),
 // writes the directory keys "Directories/Logs Directory" and
 // "Directories/Temp Directory", installs the manager for this process's copy
 // of the library code and loads component libraries by path.
@@ -27,6 +28,8 @@
 #include <string>
 
 class HostAssertHandler;
+class HostCompressPNG;
+class HostImageWriter;
 class HostDataStore;
 class HostDirService;
 class HostErrorService;
@@ -73,6 +76,8 @@ public:
   HostPersistentRefMap* persistentRefMap() const { return persistentRefMap_.get(); }
   // Null unless a translation table was given and could be read.
   HostTranslatorService* translatorService() const { return translatorService_.get(); }
+  HostCompressPNG* compressPng() const { return compressPng_.get(); }
+  HostImageWriter* imageWriter() const { return imageWriter_.get(); }
 
 private:
   IPtr<TovComponentManager> manager_;
@@ -84,5 +89,7 @@ private:
   IPtr<HostMemoryManager> memoryManager_;
   IPtr<HostPersistentRefMap> persistentRefMap_;
   IPtr<HostTranslatorService> translatorService_;
+  IPtr<HostCompressPNG> compressPng_;
+  IPtr<HostImageWriter> imageWriter_;
   std::string setupError_;
 };
