@@ -10,6 +10,7 @@
 #include "core/platformexception.h"
 #include "tools/blockdump.h"
 #include "tools/graphfile.h"
+#include "tools/imagecard.h"
 #include "host/referencehost.h"
 #include "host/tovcomponentmanager.h"
 
@@ -41,6 +42,7 @@ int runInfo(const Arguments& args);
 int runBlocks(const Arguments& args);
 int runCreate(const Arguments& args);
 int runConvert(const Arguments& args);
+int runImage(const Arguments& args);
 
 const Command kCommands[] = {
     {"info", "[--library PATH]",
@@ -53,6 +55,10 @@ const Command kCommands[] = {
     {"convert", "IN OUT [--version 9|10]",
      "the object graph of IN written to OUT with 32-bit (9) or 64-bit (10, default) lengths",
      runConvert},
+    {"image", "OUT [--size WxH] [--channels 1-4] [--format F]",
+     "a test card (gradients, grid, no text) saved as ppm, bmp, rgb, tif, png or jpg, by the "
+     "extension of OUT or F",
+     runImage},
 };
 
 void printUsage(std::FILE* out) {
@@ -262,6 +268,64 @@ int runConvert(const Arguments& args) {
   std::printf("converted %s to %s: %d objects, %llu bytes, %s\n", paths[0].c_str(),
               paths[1].c_str(), result.objects, static_cast<unsigned long long>(result.bytes),
               lengthsText(fileVersion).c_str());
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+// "WxH" with each side from 1 to 65535.
+bool parseSize(const std::string& text, long* width, long* height) {
+  const size_t x = text.find_first_of("xX");
+  if (x == std::string::npos || x == 0 || x + 1 == text.size())
+    return false;
+  char* end = nullptr;
+  const std::string w = text.substr(0, x), h = text.substr(x + 1);
+  *width = std::strtol(w.c_str(), &end, 10);
+  if (*end != '\0')
+    return false;
+  *height = std::strtol(h.c_str(), &end, 10);
+  return *end == '\0' && *width >= 1 && *width <= 65535 && *height >= 1 && *height <= 65535;
+}
+
+int runImage(const Arguments& args) {
+  std::string out, format;
+  long width = 256, height = 192, channels = 3;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    std::string problem;
+    if (arg == "--size") {
+      if (i + 1 == args.size() || !parseSize(args[++i], &width, &height))
+        return usageError("image: --size takes WxH, each from 1 to 65535");
+    } else if (arg == "--channels") {
+      problem = parseNumber(args, &i, "--channels", 1, 4, &channels);
+    } else if (arg == "--format") {
+      if (i + 1 == args.size())
+        return usageError("image: --format needs a format");
+      format = imageFormatName(args[++i]);
+      if (format.empty())
+        return usageError("image: --format takes ppm, bmp, rgb, tif, png or jpg");
+    } else if (arg.rfind("--", 0) == 0 || !out.empty()) {
+      return usageError("image: unknown argument '" + arg + "'");
+    } else {
+      out = arg;
+    }
+    if (!problem.empty())
+      return usageError("image: " + problem);
+  }
+  if (out.empty())
+    return usageError("image: no file given");
+  if (format.empty()) {
+    const size_t dot = out.rfind('.');
+    const size_t slash = out.rfind('/');
+    if (dot != std::string::npos && (slash == std::string::npos || dot > slash))
+      format = imageFormatName(out.substr(dot + 1));
+    if (format.empty())
+      return usageError("image: cannot tell the format of '" + out + "'; give --format");
+  }
+  std::string written, error;
+  if (!writeTestCard(out, format, static_cast<int>(width), static_cast<int>(height),
+                     static_cast<int>(channels), &written, &error))
+    return fail("image: " + error);
+  std::printf("wrote %s: %ldx%ld, %ld channels, %s\n", written.c_str(), width, height, channels,
+              format.c_str());
   return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
 }
 
