@@ -49,6 +49,8 @@ fuzz:
 	@cmake --build build-fuzz -j $(JOBS)
 	@mkdir -p build-fuzz/corpus
 	./build-fuzz/kivfile_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/corpus tests/kivbasictypes/corpus
+	@mkdir -p build-fuzz/image-corpus
+	./build-fuzz/kivimage_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/image-corpus
 
 clean:
 	rm -rf build build-asan build-tsan build-bench

@@ -1,6 +1,7 @@
 //===- propertymap.cpp - The ordered bag of named properties --------------===//
 #include "properties/propertymap.h"
 
+#include "base/basic/kivimage.h"
 #include "core/classtree.h"
 #include "core/classwalk.h"
 #include "core/idatastore.h"
@@ -11,6 +12,7 @@
 #include "properties/dirindex.h"
 #include "properties/doubleproperty.h"
 #include "properties/gridindex.h"
+#include "properties/imageproperty.h"
 #include "properties/intproperty.h"
 #include "properties/kivboundsproperty.h"
 #include "properties/kivcolorproperty.h"
@@ -22,8 +24,6 @@
 #include "properties/stringproperty.h"
 #include "properties/transform3dproperty.h"
 #include "properties/vectorproperty.h"
-#include "base/basic/kivimage.h"
-#include "properties/imageproperty.h"
 
 #include <atomic>
 #include <cstdlib>

@@ -870,6 +870,10 @@ bool KivImage::write(BinOutput& out) {
   } else {
     wake();
     form = out.pngImages() ? kByWriter : kRaw;
+    // An image that cannot wake up (no service) keeps its compressed form
+    // rather than losing its picture.
+    if (isCompressed())
+      form = kCompressed;
   }
   SPtr<IKivImageWriter> writer;
   if (form == kByWriter) {
