@@ -7,8 +7,10 @@
 #include "core/kivassert.h"
 #include "core/servicecache.h"
 #include "kivbasictypes/kivfilepath.h"
+#include "kivbasictypes/kivplatform.h"
 #include "kivbasictypes/kivstring.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -30,9 +32,12 @@ void putBE(std::vector<uint8_t>& out, uint32_t value, int bytes) {
     out.push_back(static_cast<uint8_t>(value >> (8 * i)));
 }
 
-// A file opened for binary writing, closed on every road out.
+// A file opened for binary writing, closed on every road out. Bytes gather
+// in a buffer of 1 MB, so that a large image leaves in few system calls.
 class OutFile {
 public:
+  static constexpr size_t kBufferSize = size_t(1) << 20;
+
   explicit OutFile(const KivString& path) : file_(openFile(path, "wb")) {}
   ~OutFile() {
     if (file_)
@@ -43,12 +48,30 @@ public:
 
   bool isOpen() const { return file_ != nullptr; }
   void put(const void* data, size_t n) {
-    if (n && std::fwrite(data, 1, n, file_) != n)
-      failed_ = true;
+    if (used_ + n > kBufferSize) {
+      drain();
+      if (n >= kBufferSize) {
+        raw(data, n);
+        return;
+      }
+    }
+    if (buffer_.empty())
+      buffer_.resize(kBufferSize);
+    std::memcpy(buffer_.data() + used_, data, n);
+    used_ += n;
   }
   void put(const std::vector<uint8_t>& bytes) { put(bytes.data(), bytes.size()); }
+  // Bytes at a position of their own, after what is buffered.
+  void putAt(int64_t offset, const void* data, size_t n) {
+    drain();
+    if (!kivplatform::seekStream(file_, offset, 0))
+      failed_ = true;
+    else
+      raw(data, n);
+  }
   // The absence of a write error, the close included.
   bool finish() {
+    drain();
     bool ok = !failed_ && std::ferror(file_) == 0;
     ok = std::fclose(file_) == 0 && ok;
     file_ = nullptr;
@@ -56,7 +79,18 @@ public:
   }
 
 private:
+  void raw(const void* data, size_t n) {
+    if (n && std::fwrite(data, 1, n, file_) != n)
+      failed_ = true;
+  }
+  void drain() {
+    raw(buffer_.data(), used_);
+    used_ = 0;
+  }
+
   std::FILE* file_;
+  std::vector<uint8_t> buffer_;
+  size_t used_ = 0;
   bool failed_ = false;
 };
 
@@ -187,6 +221,23 @@ void interpolateRow(const KivImageBase& image, int x, int y, double f, bool clam
   const double t = f > 0.5 ? f - 0.5 : 0.5 - f;
   for (int c = 0; c < 4; ++c)
     out[c] = here[c] + (there[c] - here[c]) * t;
+}
+
+// Channel c of a row of `width` pixels goes to out + c × stride.
+template <int D>
+void splitRowOf(const uint8_t* src, uint8_t* out, size_t stride, size_t width) {
+  for (size_t x = 0; x < width; ++x, src += D)
+    for (int c = 0; c < D; ++c)
+      out[c * stride + x] = src[c];
+}
+
+void splitRow(const uint8_t* src, uint8_t* out, size_t stride, size_t width, int depth) {
+  switch (depth) {
+  case 1: std::memcpy(out, src, width); break;
+  case 2: splitRowOf<2>(src, out, stride, width); break;
+  case 3: splitRowOf<3>(src, out, stride, width); break;
+  default: splitRowOf<4>(src, out, stride, width); break;
+  }
 }
 
 } // namespace
@@ -356,9 +407,17 @@ bool KivImageBase::writePpm(const KivString& pathIn) {
       continue;
     }
     // Grey+alpha and RGBA leave their last channel behind.
-    for (int x = 0; x < width_; ++x)
-      std::memcpy(&line[static_cast<size_t>(x) * kept], src + static_cast<size_t>(x) * depth_,
-                  kept);
+    uint8_t* out = line.data();
+    if (depth_ == 2) {
+      for (int x = 0; x < width_; ++x)
+        out[x] = src[2 * x];
+    } else {
+      for (int x = 0; x < width_; ++x, out += 3, src += 4) {
+        out[0] = src[0];
+        out[1] = src[1];
+        out[2] = src[2];
+      }
+    }
     file.put(line);
   }
   return file.finish();
@@ -398,15 +457,16 @@ bool KivImageBase::writeBmp(const KivString& pathIn, bool flip) {
     const uint8_t* src = row(flip ? i : height_ - 1 - i);
     if (!src)
       break;
-    for (int x = 0; x < width_; ++x) {
-      const uint8_t* p = src + static_cast<size_t>(x) * depth_;
-      uint8_t* q = &line[static_cast<size_t>(x) * 3];
-      if (depth_ < 3) {
-        q[0] = q[1] = q[2] = p[0];
-      } else {
-        q[0] = p[2];
-        q[1] = p[1];
-        q[2] = p[0];
+    uint8_t* q = line.data();
+    const int d = depth_;
+    if (d < 3) {
+      for (int x = 0; x < width_; ++x, q += 3, src += d)
+        q[0] = q[1] = q[2] = src[0];
+    } else {
+      for (int x = 0; x < width_; ++x, q += 3, src += d) {
+        q[0] = src[2];
+        q[1] = src[1];
+        q[2] = src[0];
       }
     }
     file.put(line);
@@ -439,17 +499,33 @@ bool KivImageBase::writeRgb(const KivString& pathIn) {
   head.insert(head.end(), name, name + 80);
   head.resize(512, 0);
   file.put(head);
-  std::vector<uint8_t> line(static_cast<size_t>(width_));
-  for (int c = 0; c < depth_; ++c) {
-    for (int y = height_ - 1; y >= 0; --y) {
-      const uint8_t* src = row(y);
-      if (!src)
-        return false;
-      for (int x = 0; x < width_; ++x)
-        line[static_cast<size_t>(x)] = src[static_cast<size_t>(x) * depth_ + c];
-      file.put(line);
-    }
+  // The planes follow each other in the file; one pass over the rows fills
+  // a buffer per plane, and each buffer goes to its plane's place.
+  const int d = depth_;
+  const size_t w = static_cast<size_t>(width_);
+  const int64_t planeSize = static_cast<int64_t>(width_) * height_;
+  const size_t rowsPerFlush = std::max<size_t>(1, OutFile::kBufferSize / 4 / w);
+  std::vector<uint8_t> planes(static_cast<size_t>(d) * rowsPerFlush * w);
+  int64_t done = 0;  // bytes of each plane in the file
+  size_t pending = 0;
+  auto flushPlanes = [&]() {
+    for (int c = 0; c < d; ++c)
+      file.putAt(512 + c * planeSize + done, planes.data() + c * rowsPerFlush * w, pending * w);
+    done += static_cast<int64_t>(pending * w);
+    pending = 0;
+  };
+  for (int y = height_ - 1; y >= 0; --y) {
+    const uint8_t* src = row(y);
+    if (!src)
+      return false;
+    uint8_t* q = planes.data() + pending * w;
+    const size_t stride = rowsPerFlush * w;
+    splitRow(src, q, stride, w, d);
+    if (++pending == rowsPerFlush)
+      flushPlanes();
   }
+  if (pending)
+    flushPlanes();
   return file.finish();
 }
 
