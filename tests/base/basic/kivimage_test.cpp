@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 
 namespace {
 
@@ -285,6 +286,52 @@ TEST_F(KivImageTest, FilledPolygonAndPasteAndGrowing) {
   ASSERT_TRUE(part);
   EXPECT_EQ(imageBytes(*part), (ImageBytes{51, 51}));
   EXPECT_EQ(small.crop(1, 1, 2, 1), nullptr);
+}
+
+// Every other pixel of a 2 × 2 block.
+class Checker : public IKivImageStencil {
+public:
+  int width() const override { return 2; }
+  int height() const override { return 2; }
+  bool test(int x, int y) const override { return (x + y) % 2 == 0; }
+};
+
+TEST_F(KivImageTest, BordersRectanglesAndStencilsGoThroughSetColor) {
+  const float white[4] = {1, 1, 1, 1};
+  struct Case {
+    const char* name;
+    std::function<void(KivImage&)> draw;
+    int w, h;
+    ImageBytes expected;
+  };
+  const Case cases[] = {
+      {"border_of_two", [&](KivImage& i) { i.drawBorder(2, white); }, 5, 5,
+       {255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 0, 255, 255,
+        255, 255, 255, 255, 255, 255, 255, 255, 255, 255}},
+      {"open_rectangle_corners_inclusive",
+       [&](KivImage& i) { i.drawRectangle(1, 1, 3, 2, white, false, false); }, 4, 3,
+       {0, 0, 0, 0, 0, 255, 255, 255, 0, 255, 255, 255}},
+      {"filled_rectangle_cut_at_border",
+       [&](KivImage& i) { i.drawRectangle(2, -1, 9, 0, white, true, false); }, 4, 2,
+       {0, 0, 255, 255, 0, 0, 0, 0}},
+      {"rectangle_grows_the_image",
+       [&](KivImage& i) { i.drawRectangle(1, 0, 2, 1, white, true, true); }, 3, 2,
+       {0, 255, 255, 0, 255, 255}},
+      {"stencil_at_offset",
+       [&](KivImage& i) {
+         Checker mask;
+         i.paintMask(&mask, 1, 0, white, false);
+       },
+       3, 2, {0, 255, 0, 0, 0, 255}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    KivImage image(c.name[0] == 'r' ? 1 : c.w, c.name[0] == 'r' ? 1 : c.h, 1);
+    c.draw(image);
+    EXPECT_EQ(image.width(), c.w);
+    EXPECT_EQ(image.height(), c.h);
+    EXPECT_EQ(imageBytes(image), c.expected);
+  }
 }
 
 //===- Stored form ---------------------------------------------------------===//
