@@ -60,7 +60,6 @@ void KivComponentBase::initialize(IKivComponentManager* manager) {
 void KivComponentBase::shutdown() {
   if (gCustomizer)
     gCustomizer->shutdown();
-  setComponentManager(nullptr);
 }
 
 int32_t KivComponentBase::createInstance(const KivClassId& id, IKivUnknown** out) {

@@ -4,10 +4,10 @@
 // component keeps no state of its own: the manager, the customizer, the
 // class factory, the container name and the break flag are process-wide.
 // initialize(manager) installs the manager (from then on counting and look-ups
-// run through the host) and registers the class table once. shutdown()
-// uninstalls the manager again, so that references dropped later, by static
-// destructors at process end, fall back to plain counting instead of reaching
-// a manager that may be gone.
+// run through the host) and registers the class table once. shutdown() only
+// tells the customizer: the manager stays installed, look-ups keep working
+// and references keep counting through the host, so a host's manager must
+// outlive every object of the component (ReferenceHost keeps it).
 //
 //===----------------------------------------------------------------------===//
 #pragma once

@@ -97,8 +97,12 @@ TEST(Component, FromEntryPointToObjects) {
   holdA.clear();
   holdB.clear();
   progress.clear();
+  // shutdown() tells the customizer and nothing more: the manager stays, and
+  // look-ups keep going through it.
   component->shutdown();
-  EXPECT_EQ(componentManager(), nullptr);
+  EXPECT_EQ(componentManager(), &manager);
+  EXPECT_TRUE(SPtr<IProgress>("IProgress"));
+  setComponentManager(nullptr);  // the host's part, before its manager goes
 }
 
 TEST(Component, BreakFlagFromEnvironment) {
