@@ -91,7 +91,8 @@ IKivComponent* currentComponent();
 bool parseBreakEnabled(const char* value);
 
 // The tests behind runTests: entries are handed, in order, to the first
-// operation of the test service. The list is created empty on first use.
+// operation of the test service, asked of the object itself and not through
+// queryInterface. The list is created empty on first use.
 class IKivTestService : public virtual IKivUnknown {
 public:
   virtual void runTest(IKivUnknown* test) = 0;

@@ -10,8 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -117,24 +119,40 @@ TEST(Component, BreakFlagFromEnvironment) {
     EXPECT_EQ(parseBreakEnabled(c.value), c.expected) << c.name;
 }
 
-class CountingTestService : public IKivTestService {
+// A service whose queryInterface answers "IKivTestService", one that answers
+// only "IKivUnknown", and one that answers nothing: each gets the tests.
+class RecordingTestService : public IKivTestService {
 public:
+  explicit RecordingTestService(const char* answers) : answers_(answers) {}
   void queryInterface(const char* name, void** out) override {
     *out = nullptr;
-    if (name && !kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out))
-      kivAnswer(name, "IKivTestService", static_cast<IKivTestService*>(this), out);
+    if (name && std::strstr(answers_, name))
+      *out = static_cast<IKivTestService*>(this);
   }
-  const char* className() const override { return "CountingTestService"; }
-  void runTest(IKivUnknown*) override { ++calls; }
-  int calls = 0;
+  const char* className() const override { return "RecordingTestService"; }
+  void runTest(IKivUnknown* test) override { seen.push_back(test); }
+  std::vector<IKivUnknown*> seen;
+
+private:
+  const char* answers_;
 };
 
-TEST(Component, RunTestsWithoutEntriesCallsNothing) {
+TEST(Component, RunTestsHandsEveryEntryToTheServicesFirstOperation) {
   KivStaticBaseComponent component;
-  CountingTestService service;
-  component.runTests(&service);
-  EXPECT_EQ(service.calls, 0);
+  RecordingTestService early("IKivTestService");
+  component.runTests(&early);
+  EXPECT_TRUE(early.seen.empty());
   component.runTests(nullptr);  // no error service without a manager: nothing told
+
+  RecordingTestService first("IKivUnknown"), second("IKivUnknown");
+  registerComponentTest(&first);
+  registerComponentTest(&second);
+  for (const char* answers : {"IKivTestService", "IKivUnknown", ""}) {
+    SCOPED_TRACE(answers);
+    RecordingTestService service(answers);
+    component.runTests(&service);
+    EXPECT_EQ(service.seen, (std::vector<IKivUnknown*>{&first, &second}));
+  }
 }
 
 } // namespace
