@@ -427,7 +427,9 @@ void BucketMemoryPool::mergeInto(BucketMemoryPool& target) {
     PoolGuard guard;
     const bool lookAgain = gPoolIsLocal && gAllocationsSinceLookup > kAllocationsBetweenLookups;
     if (gCurrent && !lookAgain) {
-      void* block = gCurrent->allocateLocked(size, actualSize);
+      // Through the virtual allocate, so that a host's pool that overrides
+      // it is honoured; the recursive lock keeps the pool alive meanwhile.
+      void* block = gCurrent->allocate(size, actualSize);
       if (gPoolIsLocal)
         ++gAllocationsSinceLookup;
       return block;
@@ -446,7 +448,7 @@ void BucketMemoryPool::mergeInto(BucketMemoryPool& target) {
   BucketMemoryPool* pool = currentOrLocalPool();
   if (!pool)
     return allocateUnpooled(size, actualSize);
-  void* block = pool->allocateLocked(size, actualSize);
+  void* block = pool->allocate(size, actualSize);
   if (gPoolIsLocal)
     ++gAllocationsSinceLookup;
   return block;
@@ -457,8 +459,11 @@ void BucketMemoryPool::mergeInto(BucketMemoryPool& target) {
     return;
   {
     PoolGuard guard;
-    if (gCurrent && gCurrent->releaseLocked(size, block))
+    if (BucketMemoryPool* pool = gCurrent) {
+      // The virtual release, as for allocBuffer; it frees what it doesn't pool.
+      pool->release(size, &block);
       return;
+    }
   }
   freeThroughHeader(block);
 }
