@@ -1,6 +1,7 @@
 //===- bucketmemorypool.cpp - Recycling pool for small buffers ------------===//
 #include "kivbasictypes/bucketmemorypool.h"
 
+#include "core/classwalk.h"
 #include "core/lookup.h"
 #include "kivbasictypes/tovrealloc.h"
 
@@ -233,9 +234,14 @@ BucketMemoryPool::~BucketMemoryPool() {
 }
 
 void BucketMemoryPool::queryInterface(const char* name, void** out) {
-  *out = nullptr;
-  if (!name)
+  if (!name) {
+    KivClassWalk* walk = kivWalkOf(out);
+    kivWalkClass(walk, "BucketMemoryPool");
+    kivWalkEnd(walk);
+    kivWalkInterface(walk, "IBucketMemoryPool");
     return;
+  }
+  *out = nullptr;
   if (!kivAnswer(name, "BucketMemoryPool", this, out) &&
       !kivAnswer(name, "IBucketMemoryPool", static_cast<IBucketMemoryPool*>(this), out))
     kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out);

@@ -1,5 +1,6 @@
 #include "kivbasictypes/bucketmemorypool.h"
 
+#include "core/classtree.h"
 #include "kivbasictypes/memfakes.h"
 #include "kivbasictypes/stringbuffer.h"
 
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -168,6 +170,19 @@ TEST_F(BucketPoolTest, AllocBufferAndFreeBufferGoThroughTheCurrentPoolsOperation
   bucketFreeBuffer(4, nullptr);
   EXPECT_EQ(pool->asked, (std::vector<int32_t>{10, 9, 262145}));
   EXPECT_EQ(pool->given, (std::vector<int32_t>{12, 9, 262145}));
+}
+
+TEST_F(BucketPoolTest, QueriesClearTheirOutputAndTheTreeNamesThePool) {
+  IPtr<BucketMemoryPool> pool = makePool();
+  void* stale = pool.get();
+  pool->queryInterface("IKivMManager", &stale);
+  EXPECT_EQ(stale, nullptr);
+  IterStack<KivClassEntry> entries;
+  ASSERT_TRUE(classTree(pool.get(), entries));
+  std::string tree;
+  for (int32_t i = 1; i <= entries.count(); ++i)
+    tree += std::string(entries.at(i).name) + "<" + entries.at(i).parent + " ";
+  EXPECT_EQ(tree, "BucketMemoryPool< IBucketMemoryPool< ");
 }
 
 TEST_F(BucketPoolTest, NewPoolTakesOverTheCurrentPoolAndItsBuffers) {
