@@ -8,6 +8,7 @@
 #include "model/ikivdataobject.h"
 #include "undo/ikivundoinfo.h"
 
+#include <algorithm>
 #include <vector>
 
 // A block of records gathered between startUndoBlock and endUndoBlock. The
@@ -617,19 +618,14 @@ int UndoManager::redoAll() {
 
 // --- Clearing ----------------------------------------------------------------
 
-// From the top down; the topmost block of the context is looked for afresh
-// after each drop, since listeners told of its records may change the stack.
+// From the top down; after each drop the walk goes on from below the place
+// of the dropped block, or from the top if listeners shortened the stack.
 void UndoManager::clearContext(uint64_t context) {
   Hold hold(this);
   wholeStackMode_ = 0;
-  for (int32_t i = stack_.count(); i >= 1; --i) {
-    if (i > stack_.count()) {
-      i = stack_.count() + 1;
-      continue;
-    }
+  for (int32_t i = stack_.count(); i >= 1; i = std::min(i - 1, stack_.count()))
     if (stack_.at(i)->context == context)
       dropBlock(takeBlockAt(i));
-  }
 }
 
 // The cursors come down to 0 with the blocks; the flags of open blocks stay.
