@@ -4,10 +4,10 @@
 // component keeps no state of its own: the manager, the customizer, the
 // class factory, the container name and the break flag are process-wide.
 // initialize(manager) installs the manager (from then on counting and look-ups
-// run through the host) and registers the class table once. shutdown()
-// uninstalls the manager again, so that references dropped later, by static
-// destructors at process end, fall back to plain counting instead of reaching
-// a manager that may be gone.
+// run through the host) and registers the class table once. shutdown() only
+// tells the customizer: the manager stays installed, look-ups keep working
+// and references keep counting through the host, so a host's manager must
+// outlive every object of the component (ReferenceHost keeps it).
 //
 //===----------------------------------------------------------------------===//
 #pragma once
@@ -91,7 +91,8 @@ IKivComponent* currentComponent();
 bool parseBreakEnabled(const char* value);
 
 // The tests behind runTests: entries are handed, in order, to the first
-// operation of the test service. The list is created empty on first use.
+// operation of the test service, asked of the object itself and not through
+// queryInterface. The list is created empty on first use.
 class IKivTestService : public virtual IKivUnknown {
 public:
   virtual void runTest(IKivUnknown* test) = 0;

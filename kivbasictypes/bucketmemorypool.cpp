@@ -1,6 +1,7 @@
 //===- bucketmemorypool.cpp - Recycling pool for small buffers ------------===//
 #include "kivbasictypes/bucketmemorypool.h"
 
+#include "core/classwalk.h"
 #include "core/lookup.h"
 #include "kivbasictypes/tovrealloc.h"
 
@@ -233,9 +234,14 @@ BucketMemoryPool::~BucketMemoryPool() {
 }
 
 void BucketMemoryPool::queryInterface(const char* name, void** out) {
-  *out = nullptr;
-  if (!name)
+  if (!name) {
+    KivClassWalk* walk = kivWalkOf(out);
+    kivWalkClass(walk, "BucketMemoryPool");
+    kivWalkEnd(walk);
+    kivWalkInterface(walk, "IBucketMemoryPool");
     return;
+  }
+  *out = nullptr;
   if (!kivAnswer(name, "BucketMemoryPool", this, out) &&
       !kivAnswer(name, "IBucketMemoryPool", static_cast<IBucketMemoryPool*>(this), out))
     kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out);
@@ -427,7 +433,9 @@ void BucketMemoryPool::mergeInto(BucketMemoryPool& target) {
     PoolGuard guard;
     const bool lookAgain = gPoolIsLocal && gAllocationsSinceLookup > kAllocationsBetweenLookups;
     if (gCurrent && !lookAgain) {
-      void* block = gCurrent->allocateLocked(size, actualSize);
+      // Through the virtual allocate, so that a host's pool that overrides
+      // it is honoured; the recursive lock keeps the pool alive meanwhile.
+      void* block = gCurrent->allocate(size, actualSize);
       if (gPoolIsLocal)
         ++gAllocationsSinceLookup;
       return block;
@@ -446,7 +454,7 @@ void BucketMemoryPool::mergeInto(BucketMemoryPool& target) {
   BucketMemoryPool* pool = currentOrLocalPool();
   if (!pool)
     return allocateUnpooled(size, actualSize);
-  void* block = pool->allocateLocked(size, actualSize);
+  void* block = pool->allocate(size, actualSize);
   if (gPoolIsLocal)
     ++gAllocationsSinceLookup;
   return block;
@@ -457,8 +465,11 @@ void BucketMemoryPool::mergeInto(BucketMemoryPool& target) {
     return;
   {
     PoolGuard guard;
-    if (gCurrent && gCurrent->releaseLocked(size, block))
+    if (BucketMemoryPool* pool = gCurrent) {
+      // The virtual release, as for allocBuffer; it frees what it doesn't pool.
+      pool->release(size, &block);
       return;
+    }
   }
   freeThroughHeader(block);
 }

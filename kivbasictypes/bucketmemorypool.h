@@ -19,7 +19,13 @@
 //    dropped.
 //  - The process-wide allocBuffer road starts with a local pool and looks for
 //    the host's "IBucketMemoryPool" again after every 601 allocations; once
-//    found, the local pool's buffers are merged into it.
+//    found, the local pool's buffers are merged into it. allocBuffer and
+//    freeBuffer call the current pool's virtual allocate and release, so a
+//    host's pool that overrides them is honoured.
+//  - Decided, and kept: a disabled pool still rounds a size it would pool up
+//    to its class, so that the buffer can be cached once pooling is on
+//    again. That is safer here than the plain size: a buffer given back
+//    with its class's size never reads or frees past what was allocated.
 //
 //===----------------------------------------------------------------------===//
 #pragma once

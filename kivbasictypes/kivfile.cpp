@@ -343,10 +343,10 @@ int64_t KivFileRead::innerEnd() {
   return depth_ > 0 ? ends_.at(depth_) : static_cast<int64_t>(stream_->size());
 }
 
-// Besides the file, a block must stay inside its parent. A block that pokes
-// out of its parent would be read twice, once inside and once after the
-// parent's end; nested that way, a small file would make a walker re-read
-// its bytes exponentially often.
+// A block is checked against the file only, not against the block that
+// holds it: one that pokes out of its parent is read, and the parent's
+// endBlock() seeks back to the parent's end. Every read stays inside the
+// file; a caller that walks unknown blocks bounds its own work.
 bool KivFileRead::readHead(Head* head, bool decidesWidth) {
   head->start = stream_->tell();
   uint32_t word = 0;
@@ -379,10 +379,7 @@ bool KivFileRead::readHead(Head* head, bool decidesWidth) {
     end = size;
   else
     end = length > UINT64_MAX - start ? UINT64_MAX : start + length;
-  uint64_t limit = size;
-  if (depth_ > 0)
-    limit = std::min(limit, static_cast<uint64_t>(ends_.at(depth_)));
-  head->fits = end >= start + static_cast<uint64_t>(head->headSize) && end <= limit &&
+  head->fits = end >= start + static_cast<uint64_t>(head->headSize) && end <= size &&
                end <= static_cast<uint64_t>(INT64_MAX);
   head->end = head->fits ? static_cast<int64_t>(end) : head->start;
   return true;
@@ -439,51 +436,51 @@ bool KivFileRead::enterTyped(uint32_t tag, bool* entered) {
   return *entered && good_;
 }
 
-// A typed block shorter than its value is as bad as one of another tag: the
-// value would otherwise be made of the bytes that follow the block.
+// The numbers of an entered block are read all the same: of another tag
+// (which has turned the reader bad), or shorter than its value, whose last
+// numbers then come from the bytes behind it, as far as the file has any.
+// endBlock() then goes back to the block's end. Nothing is read from a block
+// that was not entered; the values stay zero.
 template <class T>
-static bool readTyped(BinInput& in, int64_t left, T* values, size_t count) {
-  return left >= static_cast<int64_t>(count * sizeof(T)) && in.read(values, count);
+bool KivFileRead::typedValues(uint32_t tag, T* values, size_t count) {
+  std::fill(values, values + count, T());
+  bool entered = false;
+  enterTyped(tag, &entered);
+  if (!entered)
+    return false;
+  stream_->read(values, count);
+  endBlock();
+  return true;
 }
 
 bool KivFileRead::typedBlock(uint32_t tag, double* values, size_t count) {
-  bool entered = false;
-  bool ok = enterTyped(tag, &entered) && readTyped(*stream_, bytesLeft(), values, count);
-  if (!ok)
-    good_ = 0;
-  if (entered)
-    endBlock();
-  return ok && good_;
+  return typedValues(tag, values, count);
 }
 
+// A class identifier, like 8-bit text, is read only while the reader is
+// good; a short block gives the bytes behind it too.
 bool KivFileRead::readClassId(KivClassId* out) {
   bool entered = false;
   KivClassId id;
-  bool ok = enterTyped(kivtag::kClassId, &entered) && bytesLeft() >= 16 &&
-            readClassIdBody(*stream_, &id);
-  if (!ok)
-    good_ = 0;
+  if (enterTyped(kivtag::kClassId, &entered) && !readClassIdBody(*stream_, &id))
+    id = KivClassId{};
   if (entered)
     endBlock();
-  *out = ok && good_ ? id : KivClassId{};
+  *out = good_ ? id : KivClassId{};
   return true;
 }
 
 bool KivFileRead::readVector2F(Vector2F* out) {
-  bool entered = false;
-  float v[2] = {};
-  bool ok = enterTyped(kivtag::kVector2F, &entered) && readTyped(*stream_, bytesLeft(), v, 2);
-  if (!ok)
-    good_ = 0;
-  if (entered)
-    endBlock();
-  *out = ok && good_ ? Vector2F(v[0], v[1]) : Vector2F();
+  float v[2];
+  typedValues(kivtag::kVector2F, v, 2);
+  *out = Vector2F(v[0], v[1]);
   return true;
 }
 
 bool KivFileRead::readVector2D(Vector2D* out) {
   double v[2];
-  *out = typedBlock(kivtag::kVector2D, v, 2) ? Vector2D(v[0], v[1]) : Vector2D();
+  typedBlock(kivtag::kVector2D, v, 2);
+  *out = Vector2D(v[0], v[1]);
   return true;
 }
 
@@ -498,7 +495,8 @@ bool KivFileRead::readMatrix(KivMatrix* out) {
 
 bool KivFileRead::readVector(KivVector* out) {
   double v[3];
-  *out = typedBlock(kivtag::kVector, v, 3) ? KivVector(v[0], v[1], v[2]) : KivVector();
+  typedBlock(kivtag::kVector, v, 3);
+  *out = KivVector(v[0], v[1], v[2]);
   return true;
 }
 
@@ -533,10 +531,10 @@ void KivFileRead::readStringBlock(KivString* out) {
   *out = KivString();
   Head head;
   if (!readHead(&head, false) || !head.fits || !stream_->good()) {
-    // A string block that leaves the file or its parent is damage, not a
-    // string of some other kind.
+    // A string block that leaves the file fails the strings only: the
+    // reader goes back to the block's head and stays good, and whoever
+    // reads on finds the damage there.
     stream_->seek(head.start, true);
-    good_ = 0;
     stringsGood_ = 0;
     return;
   }

@@ -13,10 +13,14 @@
 // bits is written as 0xFFFFFFFF and turns good() false.
 //
 // Reader: every block is checked before it is trusted: its end must lie
-// behind its head, inside the file, and inside the block that holds it. A
+// behind its head and inside the file. It is not checked against the block
+// that holds it: the parent's endBlock() seeks back to the parent's end. A
 // root of length 0 reaches to the end of the file. A bad block turns good()
 // false for good (see ikivdatamodelreader.h); nothing here throws. A
-// reader's good() comes back only through attach() or open().
+// reader's good() comes back only through attach() or open(). A typed value
+// is read all the same from a block shorter than the value (the rest comes
+// from the bytes behind it, within the file); a string block that leaves the
+// file fails only the strings, and the reader goes back to its head.
 //
 // Both are created directly (stack or new), not through the class table, and
 // belong to one thread. A stream handed to attach() stays the caller's.
@@ -178,11 +182,12 @@ public:
   // length; *version is its version, or -1.
   bool peekBlock(uint32_t tag, int* version);
   void markBad() { good_ = 0; }
-  // The block 0x10007 as a typed block; false (values untouched) if bad.
+  // The block 0x10007 as a typed block; false (values zeroed) if no block
+  // could be entered.
   bool readFourDoubles(double* values);
 
-  // False once a string block had another tag or could not be read; all
-  // later strings of this reader are then empty.
+  // False once a string block had another tag or left the file; all later
+  // strings of this reader are then empty.
   bool stringsGood() const { return stringsGood_ != 0; }
   BinInput* stream() const { return stream_; }
   int depth() const { return depth_; }
@@ -191,7 +196,10 @@ private:
   struct Head;
   // Reads the head at the current position; false if it could not be read.
   bool readHead(Head* head, bool decidesWidth);
-  // Reads `count` doubles of a typed block; false leaves `values` zeroed.
+  // Reads `count` numbers of a typed block; false (nothing entered) leaves
+  // `values` zeroed.
+  template <class T>
+  bool typedValues(uint32_t tag, T* values, size_t count);
   bool typedBlock(uint32_t tag, double* values, size_t count);
   bool enterTyped(uint32_t tag, bool* entered);
   // The string block at the current position, units into *out.

@@ -6,7 +6,9 @@
 // extensions. A KivFilePath is always normal: its constructor and append()
 // normalize what they produce.
 //
-// The normal form on this platform (POSIX), and why:
+// The normal form on this platform (POSIX), and why (decided, and kept: the
+// POSIX form of backslash paths is safer here than passing a backslash on
+// as part of a file name):
 //  - "/" is the only separator; every "\" becomes "/". Paths written on
 //    Windows (in settings, configuration files, older documents) then name
 //    the same place, and the normal form can be handed to the system as it

@@ -1,6 +1,7 @@
 //===- kivmmarray.cpp - Paged arrays over the host's memory manager -------===//
 #include "kivbasictypes/kivmmarray.h"
 
+#include "core/classwalk.h"
 #include "core/kivassert.h"
 #include "core/servicecache.h"
 #include "kivbasictypes/ikivmmanager.h"
@@ -26,9 +27,14 @@ constexpr long long kPageBytes = 24 * 1024;
 class LocalBlockSource final : public IKivMManager {
 public:
   void queryInterface(const char* name, void** out) override {
-    *out = nullptr;
-    if (!name)
+    if (!name) {
+      KivClassWalk* walk = kivWalkOf(out);
+      kivWalkClass(walk, "LocalBlockSource");
+      kivWalkEnd(walk);
+      kivWalkInterface(walk, "IKivMManager");
       return;
+    }
+    *out = nullptr;
     if (!kivAnswer(name, "IKivMManager", static_cast<IKivMManager*>(this), out))
       kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out);
   }

@@ -1,6 +1,7 @@
 //===- messageformat.cpp - Messages with placeholders --------------------===//
 #include "kivbasictypes/messageformat.h"
 
+#include "core/classwalk.h"
 #include "core/componentinfo.h"
 #include "core/kivptr.h"
 #include "kivbasictypes/stringbuffer.h"
@@ -53,8 +54,14 @@ void formatWith(KivTrivialTranslator& translator, KivString& out, const char* ke
 //===- KivTrivialTranslator -----------------------------------------------===//
 
 void KivTrivialTranslator::queryInterface(const char* name, void** out) {
-  if (!name)
+  if (!name) {
+    KivClassWalk* walk = kivWalkOf(out);
+    kivWalkClass(walk, "KivTrivialTranslator");
+    kivWalkEnd(walk);
+    kivWalkInterface(walk, "IKivTranslator");
     return;
+  }
+  *out = nullptr;
   if (kivAnswer(name, "KivTrivialTranslator", this, out) ||
       kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out))
     return;

@@ -5,6 +5,10 @@
 // process id and the low 32 bits of the high-resolution counter. The file is
 // not created; whoever creates it removes it after use.
 //
+// Decided, and kept: the POSIX form. Without a setting or a "temp" directory
+// the folder is /tmp, and the name is joined with "/"; that is safer on
+// this platform than a name no POSIX system can open.
+//
 //===----------------------------------------------------------------------===//
 #pragma once
 

@@ -2,7 +2,9 @@
 //
 // KivColor holds r, g, b, a as floats, each nominally 0 to 1; a default colour
 // is grey (0.5, 0.5, 0.5, 1). A colour byte and a float convert by x255 and
-// /255 with truncation. KivHslColor keeps the RGB triple and its hue,
+// /255 with truncation. Decided, and kept: a channel outside 0 to 1 is
+// clamped before it is packed into a byte (below 0 and NaN give 0, 1 and
+// above give 255), which is safer than letting the conversion overflow. KivHslColor keeps the RGB triple and its hue,
 // saturation and lightness (all 0 to 1) in step; a grey reports hue 2/3, and
 // a default one is white (h 2/3, s 0, l 1).
 // KivMaterial is four colours, transmission, shininess and the face it

@@ -4,9 +4,13 @@
 // buffer or the end of the process, never null: on failure the allocators ask
 // the memory manager to give memory back, settle for less, spill the old
 // contents through a temporary file, and at the end write memory.log, show a
-// message and exit. Sizes are computed in 32 bits and taken as signed, so one
-// block must stay below 2 GiB. Memory past the old contents is cleared on
-// growth; tovMalloc does not clear.
+// message and exit. Memory past the old contents is cleared on growth;
+// tovMalloc does not clear.
+//
+// Decided, and kept: sizes are computed in 64 bits, and a request above the
+// signed 32-bit limit (2 GiB) goes the road of a failed allocation to the
+// end of the process. That is safer on this platform than a 32-bit product,
+// which could wrap round to a small block that the caller then overruns.
 //
 //===----------------------------------------------------------------------===//
 #pragma once

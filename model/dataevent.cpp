@@ -69,11 +69,11 @@ void DataEvent::append(IKivEventSubscriber* subscriber, int32_t order) {
 }
 
 void DataEvent::subscribe(IKivEventSubscriber* subscriber) {
-  // An entry marked during this delivery no longer counts as standing in the
-  // list: unsubscribe and subscribe within one delivery leave one live entry.
+  // An entry marked during the running delivery still stands in the list:
+  // unsubscribe then subscribe within one delivery adds nothing, and the
+  // subscriber is gone once the list settles.
   for (int32_t i = 1; i <= subscribers_.count(); ++i) {
-    const SubscriberEntry& entry = subscribers_.at(i);
-    if (entry.subscriber == subscriber && !entry.removed)
+    if (subscribers_.at(i).subscriber == subscriber)
       return;
   }
   append(subscriber, -1);
@@ -111,8 +111,10 @@ void DataEvent::subscribeOrdered(IKivEventSubscriber* subscriber, int order) {
 void DataEvent::unsubscribe(IKivEventSubscriber* subscriber) {
   const int32_t count = subscribers_.count();
   for (int32_t i = 1; i <= count; ++i) {
+    // The first entry that holds the subscriber, marked or not: a second
+    // unsubscribe in one delivery marks the same entry again.
     SubscriberEntry& entry = subscribers_.at(i);
-    if (entry.subscriber != subscriber || entry.removed)
+    if (entry.subscriber != subscriber)
       continue;
     if (depth_ > 0) {
       entry.removed = 1;

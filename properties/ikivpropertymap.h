@@ -25,11 +25,14 @@
 #include "core/kivobject.h"
 
 #include <cstdint>
+#include <type_traits>
 
+class DataObject;
 class DirIndex;
 class IKivImage;
 class KivImage;
 class GridIndex;
+class IKivDataObject;
 class IKivProperty;
 class KivString;
 struct KivBounds;
@@ -55,6 +58,15 @@ public:
   virtual const KivString& key() const = 0;
 };
 
+// True for a pointer that one of the pointer overloads of set() takes, also
+// through a conversion to a base class or to const text. A pointer that none
+// takes must not quietly become a bool: see the deleted set() below.
+template <class T>
+inline constexpr bool kivMapTakesPointer =
+    std::is_convertible_v<T*, const char*> || std::is_convertible_v<T*, DataObject*> ||
+    std::is_convertible_v<T*, IKivDataObject*> || std::is_convertible_v<T*, GridIndex*> ||
+    std::is_convertible_v<T*, DirIndex*> || std::is_convertible_v<T*, IKivImage*>;
+
 class IKivPropertyMap : public virtual IKivUnknown {
 public:
   virtual void set(const char* name, const KivRect& value) = 0;
@@ -76,6 +88,13 @@ public:
   virtual void set(const char* name, const Vector2F& value) = 0;
   virtual void set(const char* name, const Vector2D& value) = 0;
   virtual void set(const char* name, const KivVector& value) = 0;
+  // The property must be an ObjectProperty (code 3, "... Should be
+  // DataObject"); one declared for a narrower class takes only an object of
+  // that script class.
+  virtual void set(const char* name, DataObject* value) = 0;
+  // As above; the value goes in as the DataObject it answers to (null if it
+  // answers to none), and no declared class is compared.
+  virtual void set(const char* name, IKivDataObject* value) = 0;
   virtual void set(const char* name, const KivString& value) = 0;
   // The 8-bit text widened as KivString widens it.
   virtual void set(const char* name, const char* value) = 0;
@@ -84,6 +103,10 @@ public:
   // Also writes value != 0 into a BoolProperty.
   virtual void set(const char* name, int value) = 0;
   virtual void set(const char* name, double value) = 0;
+  // Any other pointer would convert to bool; it doesn't compile instead.
+  template <class T>
+    requires(!kivMapTakesPointer<T>)
+  void set(const char* name, T* value) = delete;
 
   // Documentation stored under this object's class name or, failing that,
   // under the first class or interface of its class tree that has it.
@@ -109,6 +132,8 @@ public:
   virtual double getDouble(const char* name) const = 0;
   virtual KivVector getVector3D(const char* name) const = 0;
   virtual KivString getString(const char* name) const = 0;
+  virtual DataObject* getDataObject(const char* name) const = 0;
+  virtual DataObject* getDataObject(const KivString& name) const = 0;
   // The image of an ImageProperty, as class and as interface.
   virtual KivImage* getImage(const char* name) const = 0;
   virtual KivImage* getImage(const KivString& name) const = 0;

@@ -7,6 +7,7 @@
 #include "core/idatastore.h"
 #include "core/platformexception.h"
 #include "kivbasictypes/messageformat.h"
+#include "model/dataobject.h"
 #include "properties/boolproperty.h"
 #include "properties/descriptions.h"
 #include "properties/dirindex.h"
@@ -20,6 +21,7 @@
 #include "properties/kivmaterialproperty.h"
 #include "properties/kivquaternionproperty.h"
 #include "properties/kivrectproperty.h"
+#include "properties/objectproperty.h"
 #include "properties/propertymapiter.h"
 #include "properties/stringproperty.h"
 #include "properties/transform3dproperty.h"
@@ -260,6 +262,36 @@ void PropertyMap::set(const char* name, const KivVector& value) {
   setValue<Vector3DProperty>(name, value);
 }
 
+void PropertyMap::setObject(const char* name, IKivProperty* p, DataObject* value,
+                            bool checkDeclared) {
+  if (!p) {
+    addProperty(
+        new ObjectProperty(KivString(name), value, false, (flags_ & kMapPropertyEvents) != 0));
+    return;
+  }
+  auto* target = checkDeclared ? kivQuery<ObjectProperty>(p, ObjectProperty::kClassName)
+                               : kivQuery<IKivObjectProperty>(p, ObjectProperty::kInterfaceName);
+  if (!target)
+    throwWrongType(KivString(p->typeName()), KivString(name), KivString("DataObject"));
+  if (checkDeclared && value) {
+    // A property declared as plain DataObject takes any object.
+    const char* declared = static_cast<ObjectProperty*>(target)->declaredType();
+    if (std::strcmp(declared, ObjectProperty::kTypeName) != 0 &&
+        std::strcmp(value->scriptClassName(), declared) != 0)
+      throwWrongType(KivString(value->scriptClassName()), KivString(name), KivString(declared));
+  }
+  target->set(value);
+}
+
+void PropertyMap::set(const char* name, DataObject* value) {
+  setObject(name, writableProperty(name), value, true);
+}
+
+void PropertyMap::set(const char* name, IKivDataObject* value) {
+  setObject(name, writableProperty(name), kivQuery<DataObject>(value, DataObject::kClassName),
+            false);
+}
+
 // bool and int may be written into each other's property; reading has no
 // such leniency.
 void PropertyMap::set(const char* name, bool value) {
@@ -354,6 +386,14 @@ KivString PropertyMap::getString(const char* name) const {
 
 KivVector PropertyMap::getVector3D(const char* name) const {
   return getValue<Vector3DProperty>(name, "Vector3D");
+}
+
+DataObject* PropertyMap::getDataObject(const char* name) const {
+  return getValue<ObjectProperty>(name, "DataObject");
+}
+
+DataObject* PropertyMap::getDataObject(const KivString& name) const {
+  return getValue<ObjectProperty>(name, "DataObject");
 }
 
 Vector2D PropertyMap::getVector2D(const char* name) const {

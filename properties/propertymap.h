@@ -54,6 +54,9 @@ public:
   void queryInterface(const char* name, void** out) override;
   const char* className() const override { return "PropertyMap"; }
 
+  // Keeps the interface's deleted set() for pointers visible here.
+  using IKivPropertyMap::set;
+
   void set(const char* name, const KivRect& value) override;
   void set(const char* name, const KivQuaternion& value) override;
   void set(const char* name, const KivMaterial& value) override;
@@ -68,6 +71,8 @@ public:
   void set(const char* name, const Vector2F& value) override;
   void set(const char* name, const Vector2D& value) override;
   void set(const char* name, const KivVector& value) override;
+  void set(const char* name, DataObject* value) override;
+  void set(const char* name, IKivDataObject* value) override;
   void set(const char* name, const KivString& value) override;
   void set(const char* name, const char* value) override;
   void set(const char* name, bool value) override;
@@ -88,6 +93,8 @@ public:
   double getDouble(const char* name) const override;
   KivVector getVector3D(const char* name) const override;
   KivString getString(const char* name) const override;
+  DataObject* getDataObject(const char* name) const override;
+  DataObject* getDataObject(const KivString& name) const override;
   KivImage* getImage(const char* name) const override;
   KivImage* getImage(const KivString& name) const override;
   IKivImage* getImageInterface(const char* name) const override;
@@ -161,6 +168,8 @@ private:
   bool findDocumentation(const KivString& name, KivString& out);
   template <class P, class V>
   void setValue(const char* name, const V& value);
+  // The check and write shared by both object overloads of set().
+  void setObject(const char* name, IKivProperty* p, DataObject* value, bool checkDeclared);
   // Name is `const char*` or KivString.
   template <class P, class Name>
   typename P::ValueType getValue(const Name& name, const char* label) const;

@@ -9,9 +9,10 @@
 //
 // Invariants a user must know:
 //  - The record holds no reference on its object. It listens to the object's
-//    death instead: from then on object() is null, isValid() false, undo()
-//    and redo() do nothing and both pictures are freed (a dead object has
-//    nothing to restore). Nothing dangles whichever of the two dies first.
+//    death instead: from then on object() is null, undo() and redo() do
+//    nothing and both pictures are freed (a dead object has nothing to
+//    restore). Nothing dangles whichever of the two dies first. isValid()
+//    stays true all the same, as for every record.
 //  - A picture entry whose name the object no longer has is skipped: removing
 //    a property is a structural edit, which pictures don't cover.
 //  - A failing assignment stops the write-back, leaving the object partly
@@ -44,7 +45,6 @@ public:
   void undo() override;
   void redo() override;
   uint64_t getSize() override;
-  bool isValid() override { return object_ != nullptr; }
 
   void subjectDying(IKivLifetimeSubject* subject) override;
 

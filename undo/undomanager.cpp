@@ -8,17 +8,22 @@
 #include "model/ikivdataobject.h"
 #include "undo/ikivundoinfo.h"
 
+#include <algorithm>
 #include <vector>
 
 // A block of records gathered between startUndoBlock and endUndoBlock. The
 // record count is that of `infos`; each entry holds one reference.
+// `serial` tells a block again after a call out of the manager, which may
+// have moved, dropped or (at the same address) replaced it.
 struct UndoBlock {
-  UndoBlock(uint64_t context, UndoManager* manager) : context(context), manager(manager) {}
+  UndoBlock(uint64_t context, UndoManager* manager, uint64_t serial)
+      : context(context), manager(manager), serial(serial) {}
 
   int32_t status = 1;  // 0: holds records; 1: empty
   uint64_t context;
   UndoManager* manager;
   IterStack<IPtr<IKivUndoInfo>> infos{21};
+  uint64_t serial;
 };
 
 namespace {
@@ -55,17 +60,6 @@ private:
   bool owned_;
 };
 
-class UndoManager::Busy {
-public:
-  explicit Busy(UndoManager* manager) : manager_(manager) { ++manager->busy_; }
-  ~Busy() { --manager_->busy_; }
-  Busy(const Busy&) = delete;
-  Busy& operator=(const Busy&) = delete;
-
-private:
-  UndoManager* manager_;
-};
-
 class UndoManager::Delivery {
 public:
   explicit Delivery(UndoManager* manager) : manager_(manager) { ++manager->deliveries_; }
@@ -89,7 +83,17 @@ public:
   ~Reopen() {
     if (!block_)
       return;
-    manager_->openBlocks_[context_] = block_;
+    // A record may have opened a new block for the context meanwhile; that
+    // one stays open, and this one is dropped rather than lost.
+    UndoBlock*& slot = manager_->openBlocks_[context_];
+    if (slot) {
+      try {
+        manager_->dropBlock(block_);
+      } catch (...) {
+      }
+      return;
+    }
+    slot = block_;
     manager_->inBlock_[context_] = 1;
   }
   UndoBlock* dismiss() {
@@ -112,15 +116,6 @@ UndoManager::UndoManager()
 
 UndoManager::~UndoManager() {
   refCount_ = kDyingCount;
-  ++busy_;
-  // Open blocks go too: nobody can close them any more.
-  IterStack<UndoBlock*> open(4);
-  Map<uint64_t, UndoBlock*>::Iterator it(openBlocks_);
-  for (bool more = it.first(); more; more = it.next()) {
-    if (it.value())
-      open.push(it.value());
-    it.value() = nullptr;
-  }
   // A destructor can't pass a listener's failure on: it is dropped, and the
   // other blocks are still dropped.
   auto quietly = [this](UndoBlock* block) {
@@ -131,10 +126,23 @@ UndoManager::~UndoManager() {
     } catch (...) {
     }
   };
-  while (stack_.count() > 0)
-    quietly(takeBlockAt(stack_.count()));
-  for (int32_t i = 1; i <= open.count(); ++i)
-    quietly(open.at(i));
+  // Open blocks go too: nobody can close them any more. A listener told of
+  // a record may still open or push blocks, so this runs until none is left.
+  for (;;) {
+    IterStack<UndoBlock*> open(4);
+    Map<uint64_t, UndoBlock*>::Iterator it(openBlocks_);
+    for (bool more = it.first(); more; more = it.next()) {
+      if (it.value())
+        open.push(it.value());
+      it.value() = nullptr;
+    }
+    if (stack_.count() == 0 && open.count() == 0)
+      break;
+    while (stack_.count() > 0)
+      quietly(takeBlockAt(stack_.count()));
+    for (int32_t i = 1; i <= open.count(); ++i)
+      quietly(open.at(i));
+  }
 }
 
 void UndoManager::queryInterface(const char* name, void** out) {
@@ -156,15 +164,6 @@ void UndoManager::queryInterface(const char* name, void** out) {
 
 void UndoManager::fail(const char* text) { throwClassError(kClassName, text); }
 
-void UndoManager::checkFree(const char* operation) {
-  if (busy_ == 0)
-    return;
-  KivString text;
-  formatMessage(text, "%1: the undo stack cannot change while it is replaying or releasing records.",
-                KivString(operation));
-  throwClassErrorText(kClassName, text);
-}
-
 void UndoManager::setLimitMode(int mode) {
   limitMode_ = mode;
   if (mode == 1)
@@ -185,7 +184,6 @@ void UndoManager::setMaxStackSize(int size) {
   if (size < 0)
     fail("setMaxStackSize: size must be greater than or equal to 0.");
   Hold hold(this);
-  checkFree("setMaxStackSize");
   while (stack_.count() > size)
     dropBlock(takeBlockAt(1));
   maxStackSize_ = size;
@@ -258,34 +256,53 @@ void UndoManager::tellRedo() {
 
 void UndoManager::startUndoBlock(uint64_t context) {
   Hold hold(this);
-  checkFree("startUndoBlock");
   if (isInUndoBlock(context))
     fail("startUndoBlock: already in an undo block.");
-  cutRedoBranch(context);
-  openBlocks_[context] = new UndoBlock(context, this);
   inBlock_[context] = 1;
+  try {
+    cutRedoBranch(context);
+  } catch (...) {
+    inBlock_[context] = 0;
+    throw;
+  }
+  // A listener told of the cut may have closed the context, or opened a
+  // block for it; the context leaves open, with exactly one block.
+  inBlock_[context] = 1;
+  UndoBlock*& slot = openBlocks_[context];
+  if (!slot)
+    slot = new UndoBlock(context, this, ++lastSerial_);
 }
 
 IKivUndoInfo* UndoManager::addUndoObject(uint64_t context, IKivDataObject* object,
                                          bool removable) {
   Hold hold(this);
-  // Context 0 passes the open-block test while any context has a block; a
-  // record made for it would belong to no block, so that is refused too.
-  auto* open = openBlocks_.find(context);
-  if (!isInUndoBlock(context) || !open || !open->value)
+  // Context 0 passes this test while any context has a block open.
+  if (!isInUndoBlock(context))
     fail("addUndoObject: Call startUndoBlock before calling this method.");
+  // Not a rule of the interface: a null object would crash here.
   if (!object)
     fail("addUndoObject: Object cannot be null.");
-  IPtr<IKivUndoInfo> info(object->createUndoInfo(undoInfoOption_ != 0));
+  IKivUndoInfo* info = object->createUndoInfo(undoInfoOption_ != 0);
   if (!info) {
     KivString text;
     formatMessage(text, "addUndoObject: No undo information for DataObject of type '%1'.",
                   KivString(object->className()));
     throwClassErrorText(kClassName, text);
   }
-  info->setRemovable(removable);
-  addUndoInfo(context, info);
-  return info;  // the block's reference keeps it once `info` lets go
+  {
+    // Released should setRemovable fail; the block's reference keeps it.
+    IPtr<IKivUndoInfo> held(info);
+    info->setRemovable(removable);
+    if (!isInUndoBlock(context))  // setRemovable may have closed the block
+      fail("addUndoInfo: Call startUndoBlock before calling this method.");
+    if (appendInfo(context, info))
+      return info;
+    // No block of its own (context 0 while another context has one open):
+    // the record goes to the caller alone, with the count it came with, as
+    // a new object would.
+    held.detach()->releaseNoDelete();
+  }
+  return info;
 }
 
 // The record is held from the start, so that one handed over with no owner
@@ -296,12 +313,17 @@ void UndoManager::addUndoInfo(uint64_t context, IKivUndoInfo* info) {
     fail("addUndoInfo: Call startUndoBlock before calling this method.");
   if (!info)
     fail("addUndoInfo: Undo info cannot be null.");
+  appendInfo(context, info);
+}
+
+bool UndoManager::appendInfo(uint64_t context, IKivUndoInfo* info) {
   auto* node = openBlocks_.find(context);
   UndoBlock* block = node ? node->value : nullptr;
   if (!block)
-    return;
+    return false;
   block->infos.push(IPtr<IKivUndoInfo>(info));
   block->status = 0;
+  return true;
 }
 
 bool UndoManager::isInUndoBlock(uint64_t context) {
@@ -327,7 +349,6 @@ UndoBlock* UndoManager::takeOpenBlock(uint64_t context) {
 
 bool UndoManager::endUndoBlock(uint64_t context) {
   Hold hold(this);
-  checkFree("endUndoBlock");
   if (!isInUndoBlock(context))
     fail("endUndoBlock: Call startUndoBlock before calling endUndoBlock.");
   UndoBlock* block = takeOpenBlock(context);
@@ -339,14 +360,17 @@ bool UndoManager::endUndoBlock(uint64_t context) {
     return false;
   }
   Reopen reopen(this, context, block);
-  {
-    Busy busy(this);
-    for (int32_t i = 1; i <= block->infos.count(); ++i) {
-      IPtr<IKivUndoInfo> info = block->infos.at(i);
-      info->finish();
-    }
+  // The block stands nowhere while its records finish: nothing they call can
+  // reach it. What they do to the stack is read afresh below.
+  for (int32_t i = 1; i <= block->infos.count(); ++i) {
+    IPtr<IKivUndoInfo> info = block->infos.at(i);
+    info->finish();
   }
-  while (stack_.count() >= maxStackSize_)
+  if (maxStackSize_ == 0) {
+    dropBlock(reopen.dismiss());
+    return false;
+  }
+  while (stack_.count() > 0 && stack_.count() >= maxStackSize_)
     dropBlock(takeBlockAt(1));
   if (limitMode_ == 0) {
     const uint64_t budget = static_cast<uint64_t>(maxMemory_);
@@ -367,7 +391,6 @@ bool UndoManager::endUndoBlock(uint64_t context) {
 
 bool UndoManager::cancelUndoBlock(uint64_t context) {
   Hold hold(this);
-  checkFree("cancelUndoBlock");
   if (!isInUndoBlock(context))
     fail("cancelUndoBlock: Call startUndoBlock before calling cancelUndoBlock.");
   UndoBlock* block = takeOpenBlock(context);
@@ -384,7 +407,6 @@ void UndoManager::dropBlock(UndoBlock* block) {
     UndoBlock* block;
     ~Free() { delete block; }
   } free{block};
-  Busy busy(this);
   for (int32_t i = 1; i <= block->infos.count(); ++i) {
     IPtr<IKivUndoInfo> info = std::move(block->infos.at(i));
     tellInfoRemoved(info);
@@ -422,7 +444,7 @@ void UndoManager::cutRedoBranch(uint64_t context) {
   if (wholeStackMode_ == 0) {
     while (countOf(context) > cursorOf(context)) {
       int32_t top = stack_.count();
-      while (stack_.at(top)->context != context)
+      while (top >= 1 && stack_.at(top)->context != context)
         --top;
       dropBlock(takeBlockAt(top));
     }
@@ -476,11 +498,16 @@ int32_t UndoManager::blockRecordCount(int32_t index) const {
 
 // --- Undo and redo -----------------------------------------------------------
 
+// The records are taken out first and held, so that whatever they do to the
+// stack (even drop their own block) none of them dies or is skipped while
+// the block is replayed. The block itself is not touched afterwards.
 void UndoManager::replay(UndoBlock* block, bool forward) {
-  Busy busy(this);
+  std::vector<IPtr<IKivUndoInfo>> records;
   const int32_t count = block->infos.count();
-  for (int32_t n = 1; n <= count; ++n) {
-    IPtr<IKivUndoInfo> info = block->infos.at(forward ? n : count + 1 - n);
+  records.reserve(static_cast<size_t>(count));
+  for (int32_t n = 1; n <= count; ++n)
+    records.push_back(block->infos.at(forward ? n : count + 1 - n));
+  for (IPtr<IKivUndoInfo>& info : records) {
     if (forward)
       info->redo();
     else
@@ -488,21 +515,34 @@ void UndoManager::replay(UndoBlock* block, bool forward) {
   }
 }
 
+int32_t UndoManager::indexOf(uint64_t serial) const {
+  for (int32_t i = stack_.count(); i >= 1; --i)
+    if (stack_.at(i)->serial == serial)
+      return i;
+  return 0;
+}
+
+// After a replay the block is looked for again: if it is gone, taking it
+// out of the stack has already moved the cursors below it.
 int UndoManager::undo(uint64_t context) {
   Hold hold(this);
-  checkFree("undo");
   wholeStackMode_ = 0;
   if (!canUndo(context))
     return 2;
   int32_t cursor = cursorOf(context);
   UndoBlock* block = stack_.at(cursor);
   const bool held = block->status == 0;
-  if (held)
+  if (held) {
+    const uint64_t serial = block->serial;
     replay(block, false);
-  --cursor;
-  while (cursor >= 1 && stack_.at(cursor)->context != context)
+    cursor = indexOf(serial);
+  }
+  if (cursor > 0) {
     --cursor;
-  contextPositions_[context] = cursor;
+    while (cursor >= 1 && stack_.at(cursor)->context != context)
+      --cursor;
+    contextPositions_[context] = cursor;
+  }
   if (!held)
     return 1;
   tellUndo();
@@ -511,15 +551,19 @@ int UndoManager::undo(uint64_t context) {
 
 int UndoManager::undoAll() {
   Hold hold(this);
-  checkFree("undoAll");
   wholeStackMode_ = 1;
   if (stack_.count() == 0 || position_ < 1)
     return 2;
   UndoBlock* block = stack_.at(position_);
   const bool held = block->status == 0;
-  if (held)
+  int32_t index = position_;
+  if (held) {
+    const uint64_t serial = block->serial;
     replay(block, false);
-  --position_;
+    index = indexOf(serial);
+  }
+  if (index > 0)
+    position_ = index - 1;
   if (!held)
     return 1;
   tellUndo();
@@ -527,10 +571,9 @@ int UndoManager::undoAll() {
 }
 
 // The cursor moves once the block is replayed, so that a failing record
-// leaves it where it was.
+// leaves it where it was; a block that its records dropped moves nothing.
 int UndoManager::redo(uint64_t context) {
   Hold hold(this);
-  checkFree("redo");
   wholeStackMode_ = 0;
   if (!canRedo(context))
     return 2;
@@ -539,9 +582,13 @@ int UndoManager::redo(uint64_t context) {
     ++cursor;
   UndoBlock* block = stack_.at(cursor);
   const bool held = block->status == 0;
-  if (held)
+  if (held) {
+    const uint64_t serial = block->serial;
     replay(block, true);
-  contextPositions_[context] = cursor;
+    cursor = indexOf(serial);
+  }
+  if (cursor > 0)
+    contextPositions_[context] = cursor;
   if (!held)
     return 1;
   tellRedo();
@@ -550,15 +597,19 @@ int UndoManager::redo(uint64_t context) {
 
 int UndoManager::redoAll() {
   Hold hold(this);
-  checkFree("redoAll");
   wholeStackMode_ = 1;
   if (stack_.count() == 0 || position_ >= stack_.count())
     return 2;
   UndoBlock* block = stack_.at(position_ + 1);
   const bool held = block->status == 0;
-  if (held)
+  int32_t index = position_ + 1;
+  if (held) {
+    const uint64_t serial = block->serial;
     replay(block, true);
-  ++position_;
+    index = indexOf(serial);
+  }
+  if (index > 0)
+    position_ = index;
   if (!held)
     return 1;
   tellRedo();
@@ -567,11 +618,12 @@ int UndoManager::redoAll() {
 
 // --- Clearing ----------------------------------------------------------------
 
+// From the top down; after each drop the walk goes on from below the place
+// of the dropped block, or from the top if listeners shortened the stack.
 void UndoManager::clearContext(uint64_t context) {
   Hold hold(this);
-  checkFree("clearContext");
   wholeStackMode_ = 0;
-  for (int32_t i = stack_.count(); i >= 1; --i)
+  for (int32_t i = stack_.count(); i >= 1; i = std::min(i - 1, stack_.count()))
     if (stack_.at(i)->context == context)
       dropBlock(takeBlockAt(i));
 }
@@ -579,7 +631,6 @@ void UndoManager::clearContext(uint64_t context) {
 // The cursors come down to 0 with the blocks; the flags of open blocks stay.
 void UndoManager::clear() {
   Hold hold(this);
-  checkFree("clear");
   wholeStackMode_ = 1;
   while (stack_.count() > 0)
     dropBlock(takeBlockAt(stack_.count()));
@@ -587,55 +638,67 @@ void UndoManager::clear() {
 
 void UndoManager::removeMarkedInfos(uint64_t context) {
   Hold hold(this);
-  checkFree("removeMarkedInfos");
   wholeStackMode_ = 0;
   removeMarked(&context);
 }
 
 void UndoManager::removeAllMarkedInfos() {
   Hold hold(this);
-  checkFree("removeAllMarkedInfos");
   wholeStackMode_ = 1;
   removeMarked(nullptr);
 }
 
-// Per block: ask every record first, then take the removable ones out, then
-// tell the listeners and release them. Should a record or a listener fail,
-// the block is never left with a hole.
+// Block by block from index 1, record by record: isRemovable(), then the
+// listeners, then the record leaves its block. Records and listeners may
+// change the stack meanwhile, so the block and the record's place in it are
+// looked for again after each call; a block or record gone is passed over.
 void UndoManager::removeMarked(const uint64_t* context) {
-  Busy busy(this);
-  std::vector<char> removable;
-  std::vector<IPtr<IKivUndoInfo>> removed;
-  for (int32_t b = 1; b <= stack_.count(); ++b) {
-    UndoBlock* block = stack_.at(b);
-    if (context && block->context != *context)
+  std::vector<uint64_t> serials;
+  for (int32_t b = 1; b <= stack_.count(); ++b)
+    if (!context || stack_.at(b)->context == *context)
+      serials.push_back(stack_.at(b)->serial);
+  std::vector<IPtr<IKivUndoInfo>> records;
+  for (uint64_t serial : serials) {
+    int32_t b = indexOf(serial);
+    if (b == 0)
       continue;
-    const int32_t count = block->infos.count();
-    removable.assign(static_cast<size_t>(count) + 1, 0);
-    for (int32_t i = 1; i <= count; ++i)
-      removable[static_cast<size_t>(i)] = block->infos.at(i)->isRemovable() ? 1 : 0;
-    removed.clear();
-    int32_t kept = 0;
-    for (int32_t i = 1; i <= count; ++i) {
-      if (removable[static_cast<size_t>(i)])
-        removed.push_back(std::move(block->infos.at(i)));
-      else if (++kept != i)
-        block->infos.at(kept) = std::move(block->infos.at(i));
-    }
-    block->infos.setCount(kept);
-    block->status = kept == 0 ? 1 : 0;
-    for (IPtr<IKivUndoInfo>& info : removed) {
+    records.clear();
+    for (int32_t i = 1; i <= stack_.at(b)->infos.count(); ++i)
+      records.push_back(stack_.at(b)->infos.at(i));
+    for (IPtr<IKivUndoInfo>& info : records) {
+      if (!info->isRemovable())
+        continue;
+      if (indexOf(serial) == 0)
+        break;
       tellInfoRemoved(info);
-      info.clear();
+      if ((b = indexOf(serial)) == 0)
+        break;
+      IterStack<IPtr<IKivUndoInfo>>& infos = stack_.at(b)->infos;
+      const int32_t count = infos.count();
+      for (int32_t i = 1; i <= count; ++i) {
+        if (infos.at(i).get() != info.get())
+          continue;
+        for (int32_t k = i; k < count; ++k)
+          infos.at(k) = std::move(infos.at(k + 1));
+        infos.at(count).clear();
+        infos.setCount(count - 1);
+        break;
+      }
     }
+    if ((b = indexOf(serial)) != 0)
+      stack_.at(b)->status = stack_.at(b)->infos.count() == 0 ? 1 : 0;
   }
 }
 
+// The records are held while they are asked, so that a getSize() that
+// changes the stack doesn't pull them away.
 uint64_t UndoManager::sizeOf(const UndoBlock* block) {
-  Busy busy(this);
-  uint64_t size = 0;
+  std::vector<IPtr<IKivUndoInfo>> records;
   for (int32_t i = 1; i <= block->infos.count(); ++i)
-    size += block->infos.at(i)->getSize();
+    records.push_back(block->infos.at(i));
+  uint64_t size = 0;
+  for (IPtr<IKivUndoInfo>& info : records)
+    size += info->getSize();
   return size;
 }
 

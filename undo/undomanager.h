@@ -24,11 +24,16 @@
 //  - Every block that goes away, by a limit, a cut, clear, cancel or the
 //    destructor, tells each listener onInfoRemoved(record) for each record,
 //    then releases the record.
-//  - While records (finish, undo, redo, getSize, isRemovable) or onInfoRemoved
-//    are being called, every operation that changes blocks or cursors fails.
-//    onUndo and onRedo come after the replay and may do anything, even drop
-//    the last reference on the manager: each operation holds the manager
-//    alive until it returns.
+//  - Records (finish, undo, redo, getSize, isRemovable) and listeners may
+//    call any operation, also ones that change blocks or cursors: a replay
+//    holds its records, blocks are told apart by a serial number, and every
+//    position is looked up again after each call out, so nothing dangles or
+//    reads outside the stack. A block replayed and dropped meanwhile leaves
+//    the cursors where its removal put them. Each operation holds the
+//    manager alive until it returns, even if a call drops the last
+//    reference on it.
+//  - addUndoObject(0, ...) while another context has a block open makes
+//    the record and hands it out with no block to hold it.
 //  - Listeners are held without references, in order of registration. One
 //    that is unregistered while listeners are being told is not told any
 //    more; one that is registered then is told from the next call on.
@@ -95,15 +100,17 @@ public:
 
 private:
   class Hold;
-  class Busy;
   class Delivery;
   class Reopen;
 
   [[noreturn]] void fail(const char* text);
-  void checkFree(const char* operation);
   int32_t cursorOf(uint64_t context) const;
   int32_t countOf(uint64_t context) const;
   UndoBlock* takeOpenBlock(uint64_t context);
+  // Appends to the context's open block; false if it has none.
+  bool appendInfo(uint64_t context, IKivUndoInfo* info);
+  // The stack index of the block with that serial, 0 if it is gone.
+  int32_t indexOf(uint64_t serial) const;
   UndoBlock* takeBlockAt(int32_t index);
   void dropBlock(UndoBlock* block);
   void cutRedoBranch(uint64_t context);
@@ -132,6 +139,6 @@ private:
   // null and the list is compacted when the outermost delivery ends.
   int32_t deliveries_ = 0;
   bool compactPending_ = false;
-  // Records or onInfoRemoved are being called: the stack must not change.
-  int32_t busy_ = 0;
+  // The serial of the newest block.
+  uint64_t lastSerial_ = 0;
 };

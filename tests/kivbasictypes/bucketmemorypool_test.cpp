@@ -1,5 +1,6 @@
 #include "kivbasictypes/bucketmemorypool.h"
 
+#include "core/classtree.h"
 #include "kivbasictypes/memfakes.h"
 #include "kivbasictypes/stringbuffer.h"
 
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -136,6 +138,51 @@ TEST_F(BucketPoolTest, DisabledPoolServesUnpooledAndKeepsItsCache) {
   pool->release(97, &odd);
   EXPECT_EQ(pool->cachedIn(24), 1);
   pool->release(100, &keep);
+}
+
+// A host's pool that overrides the two virtual operations and notes what
+// reaches them.
+class NotingPool : public BucketMemoryPool {
+public:
+  void* allocate(int32_t size, int32_t* actualSize) override {
+    asked.push_back(size);
+    return BucketMemoryPool::allocate(size, actualSize);
+  }
+  bool release(int32_t size, void** block) override {
+    given.push_back(size);
+    return BucketMemoryPool::release(size, block);
+  }
+  std::vector<int32_t> asked, given;
+};
+
+TEST_F(BucketPoolTest, AllocBufferAndFreeBufferGoThroughTheCurrentPoolsOperations) {
+  IPtr<NotingPool> pool(new NotingPool);  // made, so current
+  int32_t usable = 0;
+  void* small = bucketAllocBuffer(10, &usable);
+  EXPECT_EQ(usable, 12);
+  bucketFreeBuffer(usable, small);
+  EXPECT_EQ(bucketAllocBuffer(9, &usable), small);  // the pool's cache served it
+  bucketFreeBuffer(9, small);
+  void* large = bucketAllocBuffer(262145, &usable);
+  EXPECT_EQ(usable, 262145);
+  bucketFreeBuffer(262145, large);
+  bucketFreeBuffer(0, small);  // nothing is done
+  bucketFreeBuffer(4, nullptr);
+  EXPECT_EQ(pool->asked, (std::vector<int32_t>{10, 9, 262145}));
+  EXPECT_EQ(pool->given, (std::vector<int32_t>{12, 9, 262145}));
+}
+
+TEST_F(BucketPoolTest, QueriesClearTheirOutputAndTheTreeNamesThePool) {
+  IPtr<BucketMemoryPool> pool = makePool();
+  void* stale = pool.get();
+  pool->queryInterface("IKivMManager", &stale);
+  EXPECT_EQ(stale, nullptr);
+  IterStack<KivClassEntry> entries;
+  ASSERT_TRUE(classTree(pool.get(), entries));
+  std::string tree;
+  for (int32_t i = 1; i <= entries.count(); ++i)
+    tree += std::string(entries.at(i).name) + "<" + entries.at(i).parent + " ";
+  EXPECT_EQ(tree, "BucketMemoryPool< IBucketMemoryPool< ");
 }
 
 TEST_F(BucketPoolTest, NewPoolTakesOverTheCurrentPoolAndItsBuffers) {

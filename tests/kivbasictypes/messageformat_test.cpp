@@ -2,6 +2,7 @@
 // the current translator through the host's services.
 #include "kivbasictypes/messageformat.h"
 
+#include "core/classtree.h"
 #include "core/componentinfo.h"
 #include "core/fakemanager.h"
 #include "core/kivptr.h"
@@ -107,6 +108,19 @@ TEST(MessageFormat, TrivialTranslatorKeepsKeys) {
   void* asTranslator = nullptr;
   translator.queryInterface("IKivTranslator", &asTranslator);
   EXPECT_EQ(asTranslator, static_cast<IKivTranslator*>(&translator));
+  // A name it doesn't know, or in another case, clears what stood in *out.
+  for (const char* name : {"IKivTranslatorService", "ikivtranslator"}) {
+    void* stale = &translator;
+    translator.queryInterface(name, &stale);
+    EXPECT_EQ(stale, nullptr) << name;
+  }
+  // The enumeration form reports the class, then the interface it adds.
+  IterStack<KivClassEntry> entries;
+  ASSERT_TRUE(classTree(&translator, entries));
+  std::string tree;
+  for (int32_t i = 1; i <= entries.count(); ++i)
+    tree += std::string(entries.at(i).name) + "<" + entries.at(i).parent + " ";
+  EXPECT_EQ(tree, "KivTrivialTranslator< IKivTranslator< ");
 }
 
 // Answers every key with "T:" in front, so its use shows in the output.

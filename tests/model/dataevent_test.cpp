@@ -134,12 +134,37 @@ TEST_F(EventFixture, SubscribeDuringDeliveryServesFromTheNextFiring) {
   EXPECT_EQ(fire(), "A B C D");  // a's second subscribe of d adds nothing
   EXPECT_EQ(order(event), "A B C D");
 
-  // Unsubscribed and subscribed again within one delivery: one live entry.
-  a.added = nullptr;
-  b.removeSelf = true;
-  c.added = &b;
-  EXPECT_EQ(fire(), "A B C D");
-  EXPECT_EQ(order(event), "A C D B");
+}
+
+// A marked entry still stands in the list until the list settles: subscribe
+// finds it and adds nothing, and unsubscribe finds it first again.
+TEST_F(EventFixture, AMarkedEntryStillStandsUntilTheListSettles) {
+  b.removeSelf = true;  // unsubscribes itself, then subscribes itself again
+  b.added = &b;
+  EXPECT_EQ(fire(), "A B C");
+  EXPECT_EQ(order(event), "A C");
+  EXPECT_EQ(fire(), "A C");
+
+  b.removeSelf = false;
+  b.added = nullptr;
+  event += &b;
+  c.removeSelf = true;  // marked by itself, subscribed again by a later one
+  d.added = &c;
+  event += &d;
+  EXPECT_EQ(fire(), "A C B D");
+  EXPECT_EQ(order(event), "A B D");
+
+  // C twice, in front and behind; two unsubscribes in one delivery both
+  // mark the first entry, so the second stays.
+  c.removeSelf = false;
+  d.added = nullptr;
+  event += &c;
+  event.subscribeOrdered(&c, -5);
+  EXPECT_EQ(order(event), "C A B D C");
+  a.doomed = &c;
+  b.doomed = &c;
+  EXPECT_EQ(fire(), "C A B D C");
+  EXPECT_EQ(order(event), "A B D C");
 }
 
 // Held-back subscriptions appear only when the outermost delivery ends; a

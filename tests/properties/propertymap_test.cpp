@@ -1,6 +1,7 @@
 #include "properties/propertymap.h"
 
 #include "host/hostdatastore.h"
+#include "model/dataobject.h"
 #include "properties/boolproperty.h"
 #include "properties/dirindex.h"
 #include "properties/doubleproperty.h"
@@ -12,6 +13,7 @@
 #include "properties/kivmaterialproperty.h"
 #include "properties/kivquaternionproperty.h"
 #include "properties/kivrectproperty.h"
+#include "properties/objectproperty.h"
 #include "properties/stringproperty.h"
 #include "properties/transform3dproperty.h"
 #include "properties/vectorproperty.h"
@@ -372,6 +374,88 @@ TEST_F(PropertyMapTest, WrongValueTypesFailWithTheirTextsAndChangeNothing) {
     EXPECT_EQ(t.message, k.message);
     EXPECT_EQ(snapshot(map), before);
   }
+}
+
+// A pointer with an overload of its own (or of a base) compiles; any other
+// pointer must not turn into a bool.
+template <class T>
+constexpr bool kSetCompiles = requires(PropertyMap& m, T* p) { m.set("x", p); };
+class Scan : public DataObject {
+public:
+  const char* scriptClassName() const override { return "kivapi.test.Scan"; }
+};
+static_assert(kSetCompiles<DataObject> && kSetCompiles<Scan> && kSetCompiles<IKivDataObject>);
+static_assert(kSetCompiles<char> && kSetCompiles<GridIndex>);
+static_assert(!kSetCompiles<KivString> && !kSetCompiles<IKivProperty> && !kSetCompiles<int>);
+static_assert(!kSetCompiles<const DataObject>);
+
+class ScanProperty : public ObjectProperty {
+public:
+  using ObjectProperty::ObjectProperty;
+  const char* declaredType() const override { return "kivapi.test.Scan"; }
+};
+
+TEST_F(PropertyMapTest, ObjectsGoInAndComeBackAsObjects) {
+  IPtr<DataObject> plain(new DataObject);
+  IPtr<Scan> scan(new Scan);
+  PropertyMap map;
+  map.set("child", plain.get());
+  map.set("other", static_cast<IKivDataObject*>(scan.get()));
+  map.set("none", static_cast<IKivDataObject*>(nullptr));
+  EXPECT_EQ(map.getDataObject("child"), plain.get());
+  EXPECT_EQ(map.getDataObject(KivString("other")), scan.get());
+  EXPECT_EQ(map.getDataObject("none"), nullptr);
+  EXPECT_EQ(map.getDataObject("nope"), nullptr);
+  EXPECT_STREQ(map.getProperty("child")->className(), "ObjectProperty");
+  EXPECT_STREQ(map.getProperty("child")->typeName(), "kivapi.datamodel.DataObject");
+  EXPECT_STREQ(map.getProperty("other")->typeName(), "kivapi.test.Scan");
+  // A property of plain DataObject takes any object, whatever it held.
+  map.set("child", scan.get());
+  EXPECT_EQ(map.getDataObject("child"), scan.get());
+
+  struct Case {
+    const char* name;
+    std::function<void(PropertyMap&)> call;
+    int code;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"object_into_int", [&](PropertyMap& m) { m.set("a", plain.get()); }, 3,
+       "Wrong type (int) for attribute 'a'. Should be DataObject"},
+      {"interface_into_int",
+       [&](PropertyMap& m) { m.set("a", static_cast<IKivDataObject*>(plain.get())); }, 3,
+       "Wrong type (int) for attribute 'a'. Should be DataObject"},
+      {"plain_into_declared", [&](PropertyMap& m) { m.set("scan", plain.get()); }, 3,
+       "Wrong type (kivapi.datamodel.DataObject) for attribute 'scan'. Should be "
+       "kivapi.test.Scan"},
+      {"read_only_first", [&](PropertyMap& m) { m.set("ro", plain.get()); }, 2,
+       "Cannot modify read only attribute 'ro'"},
+      {"get_object_of_int", [](PropertyMap& m) { m.getDataObject("a"); }, 3,
+       "Wrong type (DataObject) for attribute 'a'. Should be IntProperty"},
+      {"get_int_of_object", [](PropertyMap& m) { m.getInt("child"); }, 3,
+       "Wrong type (int) for attribute 'child'. Should be ObjectProperty"},
+  };
+  for (const Case& k : cases) {
+    SCOPED_TRACE(k.name);
+    PropertyMap target;
+    target.set("a", 1);
+    target.addProperty(new IntProperty(KivString("ro"), 5, true));
+    target.addProperty(new ScanProperty(KivString("scan"), nullptr, false));
+    target.addProperty(new ObjectProperty(KivString("child"), nullptr, false));
+    const std::string before = snapshot(target);
+    Thrown t = catchCode([&] { k.call(target); });
+    EXPECT_EQ(t.code, k.code);
+    EXPECT_EQ(t.message, k.message);
+    EXPECT_EQ(snapshot(target), before);
+  }
+  // The declared class takes an object of that script class, through either
+  // overload; the interface overload compares no declared class.
+  PropertyMap target;
+  target.addProperty(new ScanProperty(KivString("scan"), nullptr, false));
+  target.set("scan", scan.get());
+  EXPECT_EQ(target.getDataObject("scan"), scan.get());
+  target.set("scan", static_cast<IKivDataObject*>(plain.get()));
+  EXPECT_EQ(target.getDataObject("scan"), plain.get());
 }
 
 TEST_F(PropertyMapTest, TheTableNamesAnEmptyBoxAndTheIdentity) {

@@ -1,7 +1,7 @@
 //===- undosupport.h - Helpers shared by the undo tests ---------*- C++ -*-===//
 //
 // TaggedInfo is a client record that writes "<tag> finish|undo|redo" to a
-// log and reports a size of its choosing. LogListener writes "<tag> undo",
+// log, reports a size of its choosing and can run a hook inside each call. LogListener writes "<tag> undo",
 // "<tag> redo" and "<tag> removed <record tag>" and can run a hook inside
 // each call. failure() runs a call and gives the text of the
 // PlatformException it threw, or "(none)".
@@ -37,14 +37,30 @@ public:
     if (undoHook)
       undoHook();
   }
-  void redo() override { log->push_back(tag + " redo"); }
-  uint64_t getSize() override { return size; }
+  void redo() override {
+    log->push_back(tag + " redo");
+    if (redoHook)
+      redoHook();
+  }
+  uint64_t getSize() override {
+    if (askHook)
+      askHook();
+    return size;
+  }
+  bool isRemovable() override {
+    if (askHook)
+      askHook();
+    return UndoInfo::isRemovable();
+  }
 
   std::string tag;
   Log* log;
   uint64_t size;
   std::function<void()> undoHook;
+  std::function<void()> redoHook;
   std::function<void()> finishHook;
+  // Runs inside getSize() and isRemovable().
+  std::function<void()> askHook;
 };
 
 inline std::string tagOf(IKivUndoInfo* info) {
