@@ -5,6 +5,7 @@
 
 #include "core/lookup.h"
 #include "host/hostasserthandler.h"
+#include "host/hostbusystate.h"
 #include "host/hostdatastore.h"
 #include "host/hostdirservice.h"
 #include "host/hosterrorservice.h"
@@ -74,6 +75,20 @@ ReferenceHost::ReferenceHost(const ReferenceHostOptions& options)
   manager_->registerService("IKivDirService", directories_.get());
   manager_->registerService("IKivMManager", memoryManager_.get());
   manager_->registerService("IKivPersistentRefMap", persistentRefMap_.get());
+  progress_ = new HostProgress(options.progress);
+  busyState_ = new HostBusyState(log_.get());
+  manager_->registerService("IKivProgress", progress_.get());
+  manager_->registerService("IKivProgressCallback", new HostProgressCallback(progress_.get()));
+  manager_->registerService("IKivProgressCallbackInstance",
+                            new HostObjectMaker("IKivProgressCallbackInstance", [] {
+                              return static_cast<void*>(static_cast<IKivProgressCallbackInstance*>(
+                                  new HostProgressCallbackInstance));
+                            }));
+  manager_->registerService("IGuiBusyState", busyState_.get());
+  HostBusyState* busy = busyState_.get();
+  manager_->registerService("IGuiBusyBlock", new HostObjectMaker("IGuiBusyBlock", [busy] {
+                              return static_cast<void*>(busy->newBlock());
+                            }));
   if (!options.translationTable.empty()) {
     IPtr<HostTranslatorService> translator(new HostTranslatorService);
     if (translator->loadTable(options.translationTable.c_str())) {
@@ -96,6 +111,8 @@ ReferenceHost::~ReferenceHost() {
   if (componentManager() == manager_.get())
     setComponentManager(nullptr);
   translatorService_.clear();
+  busyState_.clear();
+  progress_.clear();
   persistentRefMap_.clear();
   memoryManager_.clear();
   assertHandler_.clear();

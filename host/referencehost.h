@@ -3,7 +3,10 @@
 // ReferenceHost builds a TovComponentManager, registers the host's services
 // under their interface names ("IDataStore", "IKivLog3", "IKivErrorService",
 // "IKivAssertHandlerCB", "IKivDirService", "IKivMManager",
-// "IKivPersistentRefMap", and "IKivTranslatorService" when a table is given),
+// "IKivPersistentRefMap", the progress line "IKivProgress" with its callbacks
+// "IKivProgressCallback" and "IKivProgressCallbackInstance" (a new one per
+// request), "IGuiBusyState" and "IGuiBusyBlock" (a new one per request), and
+// "IKivTranslatorService" when a table is given),
 // writes the directory keys "Directories/Logs Directory" and
 // "Directories/Temp Directory", installs the manager for this process's copy
 // of the library code and loads component libraries by path.
@@ -23,10 +26,12 @@
 #pragma once
 
 #include "core/kivptr.h"
+#include "host/hostprogress.h"
 
 #include <string>
 
 class HostAssertHandler;
+class HostBusyState;
 class HostDataStore;
 class HostDirService;
 class HostErrorService;
@@ -44,6 +49,7 @@ struct ReferenceHostOptions {
   bool abortOnAssert = true;     // false: assertions are counted and printed
   bool echo = true;              // log lines and error reports also on stderr
   bool logFile = true;           // false: the log writes no file
+  HostProgressOptions progress;  // the progress line on stderr
 };
 
 class ReferenceHost {
@@ -71,6 +77,8 @@ public:
   HostDirService* directories() const { return directories_.get(); }
   HostMemoryManager* memoryManager() const { return memoryManager_.get(); }
   HostPersistentRefMap* persistentRefMap() const { return persistentRefMap_.get(); }
+  HostProgress* progress() const { return progress_.get(); }
+  HostBusyState* busyState() const { return busyState_.get(); }
   // Null unless a translation table was given and could be read.
   HostTranslatorService* translatorService() const { return translatorService_.get(); }
 
@@ -84,5 +92,7 @@ private:
   IPtr<HostMemoryManager> memoryManager_;
   IPtr<HostPersistentRefMap> persistentRefMap_;
   IPtr<HostTranslatorService> translatorService_;
+  IPtr<HostProgress> progress_;
+  IPtr<HostBusyState> busyState_;
   std::string setupError_;
 };
