@@ -72,4 +72,8 @@ protected:
 
 class ProgressCallbackObject : public KivObject, public ProgressCallbackBase {};
 
-class IKivProgressObject : public ProgressCallbackBase, public virtual IKivUnknown {};
+// Makes the mix-in reachable through queryInterface.
+class IKivProgressObject : public ProgressCallbackBase, public virtual IKivUnknown {
+public:
+  const char* className() const override { return "IKivProgressObject"; }
+};
