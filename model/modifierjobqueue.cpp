@@ -196,8 +196,14 @@ bool ModifierJobQueue::enqueueWithProgress(IKivModifier* modifier) {
     return false;
   if (ProgressProperty* property = progressPropertyOf(job)) {
     IProgress* value = property->get();
-    if (!value || !kivQuery<ProgressInstance>(value, "ProgressInstance"))
-      property->set(static_cast<Progress*>(new ProgressInstance));
+    if (!value || !kivQuery<ProgressInstance>(value, "ProgressInstance")) {
+      auto* instance = new ProgressInstance;
+      property->set(static_cast<Progress*>(instance));
+      // Connected here, on the caller's thread: a connection is a plain
+      // write, and the job's first look on a worker would otherwise race
+      // with a cancel or pause from this thread.
+      instance->callback();
+    }
   }
   return enqueue(modifier);
 }
