@@ -491,6 +491,8 @@ bool KivThreadPool::onStop() {
 
 void KivThreadPool::runDirect(int32_t first) {
   for (int32_t i = first; i < numWorkers_; ++i) {
+    if (!workers_[i])
+      continue;
     workers_[i]->run();
     if (cancelled_)
       break;
@@ -498,6 +500,18 @@ void KivThreadPool::runDirect(int32_t first) {
 }
 
 void KivThreadPool::run(int32_t n) {
+  // A run needs n >= 1 and a worker in every slot; otherwise nobody would
+  // lower the count for the missing ones and run() would wait for ever.
+  // Such a run is the caller's fault; it runs what there is on this thread
+  // instead of hanging.
+  bool filled = true;
+  for (int32_t i = 0; i < numWorkers_; ++i)
+    filled = filled && workers_[i] != nullptr;
+  if (n < 1 || !filled) {
+    runningThreads_ = 1;
+    runDirect(0);
+    return;
+  }
   const int32_t m = std::min(n, numWorkers_);
   runningThreads_ = (singleThreaded_ || managerSaysSingleThread()) ? 1 : m;
   const bool parallel = n > 1;

@@ -122,6 +122,16 @@ TEST_F(ThreadTest, PoolWithOneThreadRunsInOrderOnTheCaller) {
     EXPECT_EQ(id, kivplatform::currentThreadId());
   for (int i = 0; i < 8; ++i)
     EXPECT_FALSE(pool->getWorker(i)->started());
+
+  // A slot left empty can't arrive: such a run stays on the caller.
+  RunLog gappy;
+  std::unique_ptr<KivThreadPool> gap(makePool(3, &gappy, 1));
+  gap->setProgress(false, nullptr);
+  gap->deleteWorker(1);
+  gap->run(2);
+  EXPECT_EQ(gappy.order, (std::vector<int>{0, 2}));
+  for (uint32_t id : gappy.threads)
+    EXPECT_EQ(id, kivplatform::currentThreadId());
 }
 
 TEST_F(ThreadTest, PoolKeepsAtMostNThreadsInFlight) {
