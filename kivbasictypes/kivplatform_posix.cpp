@@ -409,11 +409,11 @@ Event* newEvent(bool manualReset) {
 
 void deleteEvent(Event* event) { delete event; }
 
+// Waiters are woken under the lock: a waiter that returns may destroy the
+// event at once, which must not happen while the setter still touches it.
 void setEvent(Event* event) {
-  {
-    std::lock_guard<std::mutex> guard(event->lock);
-    event->signalled = true;
-  }
+  std::lock_guard<std::mutex> guard(event->lock);
+  event->signalled = true;
   if (event->manualReset)
     event->changed.notify_all();
   else
@@ -451,12 +451,10 @@ Semaphore* newSemaphore(int32_t initial, int32_t maximum) {
 void deleteSemaphore(Semaphore* semaphore) { delete semaphore; }
 
 bool releaseSemaphore(Semaphore* semaphore, int32_t count) {
-  {
-    std::lock_guard<std::mutex> guard(semaphore->lock);
-    if (count < 1 || count > semaphore->maximum - semaphore->count)
-      return false;
-    semaphore->count += count;
-  }
+  std::lock_guard<std::mutex> guard(semaphore->lock);
+  if (count < 1 || count > semaphore->maximum - semaphore->count)
+    return false;
+  semaphore->count += count;
   semaphore->available.notify_all();
   return true;
 }

@@ -88,32 +88,37 @@ void KivCriticalSection::leave() { kivplatform::leaveCriticalSection(section_); 
 
 KivMutex::KivMutex() {}
 
-KivMutex::~KivMutex() { kivplatform::closeMutex(handle_); }
+KivMutex::~KivMutex() { kivplatform::closeMutex(handle_.load()); }
+
+bool KivMutex::adopt(kivplatform::Mutex* handle) {
+  kivplatform::Mutex* none = nullptr;
+  if (handle && handle_.compare_exchange_strong(none, handle))
+    return true;
+  kivplatform::closeMutex(handle);
+  return false;
+}
 
 bool KivMutex::create(const char* name) {
-  if (handle_)
+  if (handle_.load())
     return false;
-  handle_ = kivplatform::createMutex(name);
-  return handle_ != nullptr;
+  return adopt(kivplatform::createMutex(name));
 }
 
 bool KivMutex::open(const char* name) {
-  if (handle_)
+  if (handle_.load())
     return false;
-  handle_ = kivplatform::openMutex(name);
-  return handle_ != nullptr;
+  return adopt(kivplatform::openMutex(name));
 }
 
 void KivMutex::lock() {
-  // The plain form gets its handle on first use.
-  if (!handle_)
-    handle_ = kivplatform::createMutex(nullptr);
-  kivplatform::lockMutex(handle_);
+  if (!handle_.load())
+    adopt(kivplatform::createMutex(nullptr));  // a loser's handle is closed again
+  kivplatform::lockMutex(handle_.load());
 }
 
 void KivMutex::unlock() {
-  if (handle_)
-    kivplatform::unlockMutex(handle_);
+  if (kivplatform::Mutex* handle = handle_.load())
+    kivplatform::unlockMutex(handle);
 }
 
 KivEvent::KivEvent() : handle_(kivplatform::newEvent(true)) {}

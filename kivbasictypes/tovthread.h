@@ -87,13 +87,15 @@ public:
 
   bool create(const char* name);
   bool open(const char* name);
+  // The plain form gets its handle at the first lock, from whichever thread.
   void lock();
   void unlock();
-  bool isValid() const { return handle_ != nullptr; }
+  bool isValid() const { return handle_.load() != nullptr; }
 
 private:
-  kivplatform::Mutex* handle_ = nullptr;
-  bool initialised_ = false;
+  bool adopt(kivplatform::Mutex* handle);
+
+  std::atomic<kivplatform::Mutex*> handle_{nullptr};
 };
 
 // A manual-reset event, created not signalled.

@@ -260,10 +260,10 @@ TEST_F(ThreadTest, CancelStopsARunInTheMiddle) {
     pool->setCheckCancel(true);
     pool->run(2);
     EXPECT_TRUE(pool->isCancelled());
-    EXPECT_LT(log.order.size(), 8u);
-    // Threads may still be in flight: wait for them before the workers go.
+    // Threads may still be in flight: wait for them before looking.
     for (int i = 0; i < 8; ++i)
       EXPECT_TRUE(pool->getWorker(i)->join());
+    EXPECT_LT(log.order.size(), 8u);
   }
 }
 
