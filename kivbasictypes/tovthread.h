@@ -6,9 +6,11 @@
 //
 // Invariants a user must know:
 //  - Every timed wait takes seconds as a double and waits at least 1 ms.
-//  - A KivThreadClass must be joined by its owner before it is destroyed; the
-//    destructor joins a thread still running (detaching it instead when the
-//    destructor runs on that very thread), it never kills one.
+//  - A KivThreadClass must be joined by its owner before it is destroyed:
+//    by the time the base destructor runs, the derived parts that the thread
+//    may still use are gone. As a last resort the destructor joins a thread
+//    still running (detaching it instead when the destructor runs on that
+//    very thread); it never kills one.
 //  - A pool's run() needs n >= 1 and a worker in every slot. After a
 //    cancelled run, threads may still be in flight: a caller that deletes
 //    workers first waits for each to be finished().

@@ -154,9 +154,14 @@ void ModifierJobQueue::waitForRunningJobs() {
     done_->waitFor(kWakeInterval);
 }
 
+// Joined before deletion: a thread still on its way into threadMain() must
+// not meet a half-destroyed worker.
 void ModifierJobQueue::deleteWorkers() {
-  while (!workers_.isEmpty())
-    delete workers_.pop();  // the thread class joins its thread
+  while (!workers_.isEmpty()) {
+    Worker* worker = workers_.pop();
+    worker->join();
+    delete worker;
+  }
 }
 
 bool ModifierJobQueue::start() {
