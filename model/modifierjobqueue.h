@@ -18,6 +18,11 @@
 //    waiting job and one more while it runs, so a job's destructor may run
 //    on a worker.
 //  - The callback is a raw pointer: whoever sets it clears it first.
+//  - stop() and the destructor wait for the running jobs: a job that never
+//    looks at its progress, or one left paused, holds them until it ends.
+//  - An exception from a job's run() is dropped on the worker (its failure
+//    was reported where it was thrown); the job ends with state 1 and the
+//    worker goes on.
 //
 //===----------------------------------------------------------------------===//
 #pragma once
