@@ -19,8 +19,12 @@
 #include "model/dynamicdataobject.h"
 #include "model/internaldataobject.h"
 #include "model/opaquedata.h"
+#include "model/compositemodifier.h"
+#include "model/modifier.h"
+#include "model/modifierjobqueue.h"
 #include "model/progress.h"
 #include "model/progresslistener.h"
+#include "model/progressproperty.h"
 #include "model/relationship.h"
 #include "properties/boolproperty.h"
 #include "properties/dirindex.h"
@@ -83,6 +87,11 @@ const BuiltClass kBuiltClasses[] = {
     {"Progress", &singletonFactory<Progress>},
     {"ProgressInstance", &newInstanceFactory<ProgressInstance>},
     {"ProgressListener", &newInstanceFactory<ProgressListener>},
+    {"ProgressProperty", &newInstanceFactory<ProgressProperty>},
+    {"Modifier", &newInstanceFactory<Modifier>},
+    {"CompositeModifier", &newInstanceFactory<CompositeModifier>},
+    {"ModifierJobQueue", &newInstanceFactory<ModifierJobQueue>},
+    {"ModifierJobQueueCBObject", &newInstanceFactory<ModifierJobQueueCBObject>},
     {"DatamodelInit", &newInstanceFactory<DatamodelInit>},
     {"DatamodelShutdownListener", &newInstanceFactory<DatamodelShutdownListener>},
     {"WriteQueue", &singletonFactory<WriteQueue>},

@@ -21,7 +21,8 @@ public:
   virtual void logWarning(const KivString& text) = 0;       // 7
   virtual void reserved8() {}                               // 8
   virtual void reserved9() {}                               // 9
-  virtual void reserved10() {}                              // 10
+  // Plain information (a modifier's running and finished lines).
+  virtual void logPlain(const KivString& text) { (void)text; }  // 10
   virtual void flush() = 0;                                 // 11
   virtual void logError(const KivString& text) = 0;         // 12
 };

@@ -40,6 +40,7 @@ public:
   int level() override;
   void logDebug(const KivString& text) override;
   void logInfo(const KivString& text) override;
+  void logPlain(const KivString& text) override { logInfo(text); }
   void logWarning(const KivString& text) override;
   void flush() override;
   void logError(const KivString& text) override;

@@ -5,6 +5,7 @@
 
 #include "core/lookup.h"
 #include "host/hostasserthandler.h"
+#include "host/hostbusystate.h"
 #include "host/hostdatastore.h"
 #include "host/hostdirservice.h"
 #include "host/hosterrorservice.h"
@@ -79,6 +80,20 @@ ReferenceHost::ReferenceHost(const ReferenceHostOptions& options)
   imageWriter_ = new HostImageWriter(log_.get());
   manager_->registerService("IKivCompressPNG", compressPng_.get());
   manager_->registerService("IKivImageWriter", imageWriter_.get());
+  progress_ = new HostProgress(options.progress);
+  busyState_ = new HostBusyState(log_.get());
+  manager_->registerService("IKivProgress", progress_.get());
+  manager_->registerService("IKivProgressCallback", new HostProgressCallback(progress_.get()));
+  manager_->registerService("IKivProgressCallbackInstance",
+                            new HostObjectMaker("IKivProgressCallbackInstance", [] {
+                              return static_cast<void*>(static_cast<IKivProgressCallbackInstance*>(
+                                  new HostProgressCallbackInstance));
+                            }));
+  manager_->registerService("IGuiBusyState", busyState_.get());
+  HostBusyState* busy = busyState_.get();
+  manager_->registerService("IGuiBusyBlock", new HostObjectMaker("IGuiBusyBlock", [busy] {
+                              return static_cast<void*>(busy->newBlock());
+                            }));
   if (!options.translationTable.empty()) {
     IPtr<HostTranslatorService> translator(new HostTranslatorService);
     if (translator->loadTable(options.translationTable.c_str())) {
@@ -103,6 +118,8 @@ ReferenceHost::~ReferenceHost() {
   imageWriter_.clear();
   compressPng_.clear();
   translatorService_.clear();
+  busyState_.clear();
+  progress_.clear();
   persistentRefMap_.clear();
   memoryManager_.clear();
   assertHandler_.clear();

@@ -4,7 +4,10 @@
 // under their interface names ("IDataStore", "IKivLog3", "IKivErrorService",
 // "IKivAssertHandlerCB", "IKivDirService", "IKivMManager",
 // "IKivPersistentRefMap", the image codecs "IKivCompressPNG" and
-// "IKivImageWriter", and "IKivTranslatorService" when a table is given),
+// "IKivImageWriter", the progress line "IKivProgress" with its callbacks
+// "IKivProgressCallback" and "IKivProgressCallbackInstance" (a new one per
+// request), "IGuiBusyState" and "IGuiBusyBlock" (a new one per request), and
+// "IKivTranslatorService" when a table is given),
 // writes the directory keys "Directories/Logs Directory" and
 // "Directories/Temp Directory", installs the manager for this process's copy
 // of the library code and loads component libraries by path.
@@ -24,12 +27,14 @@
 #pragma once
 
 #include "core/kivptr.h"
+#include "host/hostprogress.h"
 
 #include <string>
 
 class HostAssertHandler;
 class HostCompressPNG;
 class HostImageWriter;
+class HostBusyState;
 class HostDataStore;
 class HostDirService;
 class HostErrorService;
@@ -47,6 +52,7 @@ struct ReferenceHostOptions {
   bool abortOnAssert = true;     // false: assertions are counted and printed
   bool echo = true;              // log lines and error reports also on stderr
   bool logFile = true;           // false: the log writes no file
+  HostProgressOptions progress;  // the progress line on stderr
 };
 
 class ReferenceHost {
@@ -74,6 +80,8 @@ public:
   HostDirService* directories() const { return directories_.get(); }
   HostMemoryManager* memoryManager() const { return memoryManager_.get(); }
   HostPersistentRefMap* persistentRefMap() const { return persistentRefMap_.get(); }
+  HostProgress* progress() const { return progress_.get(); }
+  HostBusyState* busyState() const { return busyState_.get(); }
   // Null unless a translation table was given and could be read.
   HostTranslatorService* translatorService() const { return translatorService_.get(); }
   HostCompressPNG* compressPng() const { return compressPng_.get(); }
@@ -91,5 +99,7 @@ private:
   IPtr<HostTranslatorService> translatorService_;
   IPtr<HostCompressPNG> compressPng_;
   IPtr<HostImageWriter> imageWriter_;
+  IPtr<HostProgress> progress_;
+  IPtr<HostBusyState> busyState_;
   std::string setupError_;
 };

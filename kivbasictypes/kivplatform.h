@@ -2,7 +2,8 @@
 //
 // The one place that talks to the operating system for memory figures, the
 // process id, the high-resolution counter, the message on the way out, the
-// spill file and the files of the binary and descriptor streams. Nothing else
+// spill file, the files of the binary and descriptor streams, and threads and
+// their locks. Nothing else
 // includes a system header for these things. All figures are in bytes; a
 // query that cannot be answered returns false and leaves its outputs as they
 // were. Paths are UTF-8.
@@ -70,5 +71,65 @@ int64_t readOnce(int handle, void* data, int64_t bytes);
 int64_t writeOnce(int handle, const void* data, int64_t bytes);
 // The new offset from the start, -1 on failure.
 int64_t seekDescriptor(int handle, int64_t offset, int origin);
+
+//===- Threads and locks ------------------------------------------------===//
+// Objects are opaque and created and destroyed here. Timed waits take
+// milliseconds; a negative time waits without limit.
+
+// Processors of the machine, at least 1.
+int32_t processorCount();
+// A 32-bit identifier of the calling thread, unique among live threads.
+uint32_t currentThreadId();
+
+struct Thread;
+// Starts entry(arg) on a new thread; null if it could not be created. `id`
+// receives the new thread's identifier before entry runs.
+Thread* createThread(void (*entry)(void* arg), void* arg, uint32_t* id);
+void joinThread(Thread* thread);    // waits, then frees the object
+void detachThread(Thread* thread);  // lets the thread run on, frees the object
+bool isCurrentThread(const Thread* thread);
+// Names the thread for debuggers; no other effect.
+void setThreadName(Thread* thread, const char* name);
+
+// A recursive lock. Entering tries `spinCount` times before it blocks; a
+// negative count blocks at once.
+struct CriticalSection;
+CriticalSection* newCriticalSection(int32_t spinCount);
+void deleteCriticalSection(CriticalSection* section);
+void enterCriticalSection(CriticalSection* section);
+void leaveCriticalSection(CriticalSection* section);
+
+// A condition variable over a critical section held once by the waiter.
+struct ConditionVariable;
+ConditionVariable* newConditionVariable();
+void deleteConditionVariable(ConditionVariable* condition);
+void waitConditionVariable(ConditionVariable* condition, CriticalSection* section);
+void wakeConditionVariable(ConditionVariable* condition);  // one waiter
+
+// An event, manual- or auto-reset, created not signalled. waitEvent gives
+// true if the event was signalled within the time.
+struct Event;
+Event* newEvent(bool manualReset);
+void deleteEvent(Event* event);
+void setEvent(Event* event);
+void resetEvent(Event* event);
+bool waitEvent(Event* event, int64_t milliseconds);
+
+// A counting semaphore between 0 and `maximum`.
+struct Semaphore;
+Semaphore* newSemaphore(int32_t initial, int32_t maximum);
+void deleteSemaphore(Semaphore* semaphore);
+bool releaseSemaphore(Semaphore* semaphore, int32_t count);
+bool waitSemaphore(Semaphore* semaphore, int64_t milliseconds);
+
+// A mutex owned by one thread at a time, recursively. A name makes it known
+// to the whole process under that name (there is no cross-process object
+// here); openMutex finds an existing one, null if there is none.
+struct Mutex;
+Mutex* createMutex(const char* name);
+Mutex* openMutex(const char* name);
+void closeMutex(Mutex* mutex);
+void lockMutex(Mutex* mutex);
+void unlockMutex(Mutex* mutex);
 
 } // namespace kivplatform

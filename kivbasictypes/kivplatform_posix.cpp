@@ -27,13 +27,22 @@
 #include "kivbasictypes/kivplatform.h"
 
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <map>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
@@ -241,5 +250,284 @@ int64_t writeOnce(int handle, const void* data, int64_t bytes) {
 int64_t seekDescriptor(int handle, int64_t offset, int origin) {
   return int64_t(lseek(handle, static_cast<off_t>(offset), whence(origin)));
 }
+
+} // namespace kivplatform
+
+//===- Threads and locks ------------------------------------------------===//
+//
+// Threads are std::thread; the thread id is the kernel's gettid, which fits
+// in 32 bits. Locks, conditions, events and semaphores are built on the
+// standard mutex and condition variables, so thread checkers understand them.
+// Named mutexes live in a process-wide table, counted by their openers.
+
+
+namespace kivplatform {
+
+namespace {
+
+template <class Lock, class Pred>
+bool waitOn(std::condition_variable& cv, Lock& lock, int64_t milliseconds, Pred pred) {
+  if (milliseconds < 0) {
+    cv.wait(lock, pred);
+    return true;
+  }
+  return cv.wait_for(lock, std::chrono::milliseconds(milliseconds), pred);
+}
+
+} // namespace
+
+int32_t processorCount() {
+  long n = sysconf(_SC_NPROCESSORS_ONLN);
+  return n < 1 ? 1 : int32_t(n);
+}
+
+uint32_t currentThreadId() { return uint32_t(syscall(SYS_gettid)); }
+
+struct Thread {
+  std::thread thread;
+};
+
+namespace {
+
+struct ThreadStart {
+  void (*entry)(void*);
+  void* arg;
+  std::mutex lock;
+  std::condition_variable ready;
+  bool haveId = false;
+  uint32_t id = 0;
+};
+
+} // namespace
+
+Thread* createThread(void (*entry)(void* arg), void* arg, uint32_t* id) {
+  ThreadStart start;
+  start.entry = entry;
+  start.arg = arg;
+  auto* thread = new Thread;
+  try {
+    thread->thread = std::thread([&start] {
+      void (*entry)(void*) = start.entry;
+      void* arg = start.arg;
+      {
+        // Notified under the lock: the creator cannot leave, and destroy
+        // `start`, before this block has let go of it.
+        std::lock_guard<std::mutex> guard(start.lock);
+        start.id = currentThreadId();
+        start.haveId = true;
+        start.ready.notify_one();
+      }
+      // `start` may be gone from here on.
+      entry(arg);
+    });
+  } catch (const std::system_error&) {
+    delete thread;
+    return nullptr;
+  }
+  std::unique_lock<std::mutex> guard(start.lock);
+  start.ready.wait(guard, [&start] { return start.haveId; });
+  if (id)
+    *id = start.id;
+  return thread;
+}
+
+void joinThread(Thread* thread) {
+  if (!thread)
+    return;
+  if (thread->thread.joinable())
+    thread->thread.join();
+  delete thread;
+}
+
+void detachThread(Thread* thread) {
+  if (!thread)
+    return;
+  if (thread->thread.joinable())
+    thread->thread.detach();
+  delete thread;
+}
+
+bool isCurrentThread(const Thread* thread) {
+  return thread && thread->thread.get_id() == std::this_thread::get_id();
+}
+
+void setThreadName(Thread* thread, const char* name) {
+  if (!thread || !name || !thread->thread.joinable())
+    return;
+  char shortName[16];  // the kernel keeps 15 bytes
+  std::snprintf(shortName, sizeof shortName, "%s", name);
+  pthread_setname_np(thread->thread.native_handle(), shortName);
+}
+
+struct CriticalSection {
+  std::recursive_mutex mutex;
+  int32_t spinCount;
+};
+
+CriticalSection* newCriticalSection(int32_t spinCount) {
+  auto* section = new CriticalSection;
+  section->spinCount = spinCount;
+  return section;
+}
+
+void deleteCriticalSection(CriticalSection* section) { delete section; }
+
+void enterCriticalSection(CriticalSection* section) {
+  for (int32_t i = 0; i < section->spinCount; ++i)
+    if (section->mutex.try_lock())
+      return;
+  section->mutex.lock();
+}
+
+void leaveCriticalSection(CriticalSection* section) { section->mutex.unlock(); }
+
+struct ConditionVariable {
+  std::condition_variable_any condition;
+};
+
+ConditionVariable* newConditionVariable() { return new ConditionVariable; }
+void deleteConditionVariable(ConditionVariable* condition) { delete condition; }
+
+void waitConditionVariable(ConditionVariable* condition, CriticalSection* section) {
+  condition->condition.wait(section->mutex);
+}
+
+void wakeConditionVariable(ConditionVariable* condition) { condition->condition.notify_one(); }
+
+struct Event {
+  std::mutex lock;
+  std::condition_variable changed;
+  bool signalled = false;
+  bool manualReset;
+};
+
+Event* newEvent(bool manualReset) {
+  auto* event = new Event;
+  event->manualReset = manualReset;
+  return event;
+}
+
+void deleteEvent(Event* event) { delete event; }
+
+// Waiters are woken under the lock: a waiter that returns may destroy the
+// event at once, which must not happen while the setter still touches it.
+void setEvent(Event* event) {
+  std::lock_guard<std::mutex> guard(event->lock);
+  event->signalled = true;
+  if (event->manualReset)
+    event->changed.notify_all();
+  else
+    event->changed.notify_one();
+}
+
+void resetEvent(Event* event) {
+  std::lock_guard<std::mutex> guard(event->lock);
+  event->signalled = false;
+}
+
+bool waitEvent(Event* event, int64_t milliseconds) {
+  std::unique_lock<std::mutex> guard(event->lock);
+  if (!waitOn(event->changed, guard, milliseconds, [event] { return event->signalled; }))
+    return false;
+  if (!event->manualReset)
+    event->signalled = false;
+  return true;
+}
+
+struct Semaphore {
+  std::mutex lock;
+  std::condition_variable available;
+  int32_t count;
+  int32_t maximum;
+};
+
+Semaphore* newSemaphore(int32_t initial, int32_t maximum) {
+  auto* semaphore = new Semaphore;
+  semaphore->count = initial;
+  semaphore->maximum = maximum;
+  return semaphore;
+}
+
+void deleteSemaphore(Semaphore* semaphore) { delete semaphore; }
+
+bool releaseSemaphore(Semaphore* semaphore, int32_t count) {
+  std::lock_guard<std::mutex> guard(semaphore->lock);
+  if (count < 1 || count > semaphore->maximum - semaphore->count)
+    return false;
+  semaphore->count += count;
+  semaphore->available.notify_all();
+  return true;
+}
+
+bool waitSemaphore(Semaphore* semaphore, int64_t milliseconds) {
+  std::unique_lock<std::mutex> guard(semaphore->lock);
+  if (!waitOn(semaphore->available, guard, milliseconds,
+              [semaphore] { return semaphore->count > 0; }))
+    return false;
+  --semaphore->count;
+  return true;
+}
+
+struct Mutex {
+  std::recursive_mutex mutex;
+  std::string name;
+  int32_t openers = 1;
+};
+
+namespace {
+
+std::mutex& namedMutexLock() {
+  static std::mutex lock;
+  return lock;
+}
+
+std::map<std::string, Mutex*>& namedMutexes() {
+  static auto* table = new std::map<std::string, Mutex*>;
+  return *table;
+}
+
+} // namespace
+
+Mutex* createMutex(const char* name) {
+  if (!name || !*name)
+    return new Mutex;
+  std::lock_guard<std::mutex> guard(namedMutexLock());
+  Mutex*& entry = namedMutexes()[name];
+  if (entry) {
+    ++entry->openers;
+    return entry;
+  }
+  entry = new Mutex;
+  entry->name = name;
+  return entry;
+}
+
+Mutex* openMutex(const char* name) {
+  if (!name || !*name)
+    return nullptr;
+  std::lock_guard<std::mutex> guard(namedMutexLock());
+  auto found = namedMutexes().find(name);
+  if (found == namedMutexes().end())
+    return nullptr;
+  ++found->second->openers;
+  return found->second;
+}
+
+void closeMutex(Mutex* mutex) {
+  if (!mutex)
+    return;
+  if (mutex->name.empty()) {
+    delete mutex;
+    return;
+  }
+  std::lock_guard<std::mutex> guard(namedMutexLock());
+  if (--mutex->openers == 0) {
+    namedMutexes().erase(mutex->name);
+    delete mutex;
+  }
+}
+
+void lockMutex(Mutex* mutex) { mutex->mutex.lock(); }
+void unlockMutex(Mutex* mutex) { mutex->mutex.unlock(); }
 
 } // namespace kivplatform

@@ -1,7 +1,9 @@
 //===- iprogress.h - The model-side progress interfaces ---------*- C++ -*-===//
 //
 // IProgress forwards every request to a callback object of the host
-// (IKivProgressCallback); it keeps no fraction, title or flag of its own.
+// (IKivProgressCallback); it keeps no fraction, title or flag of its own. A
+// host's callback answers queryInterface("IKivProgress") with the progress
+// tree its reports go to.
 // Slot orders are a contract.
 //
 //===----------------------------------------------------------------------===//
@@ -32,6 +34,9 @@ public:
   virtual void call15() = 0;                    // 15
   virtual void call16() = 0;                    // 16
 };
+
+// A callback of its own for each ProgressInstance; adds nothing used here.
+class IKivProgressCallbackInstance : public IKivProgressCallback {};
 
 class IProgress : public virtual IKivUnknown {
 public:

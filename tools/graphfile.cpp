@@ -45,6 +45,23 @@ ReferenceHost* componentHost(std::string* error) {
   return host;
 }
 
+// The host's progress line for one command, titled with it: ended however
+// the command leaves. Ctrl-C shows up as a false from step().
+class CommandProgress {
+public:
+  CommandProgress(ReferenceHost* host, const std::string& title) : progress_(host->progress()) {
+    progress_->setTitleUtf8(title);
+    progress_->beginOperation();
+  }
+  ~CommandProgress() { progress_->endOperation(); }
+  bool step(float fraction) { return progress_->report(fraction); }
+
+private:
+  HostProgress* progress_;
+};
+
+constexpr const char* kCancelledText = "cancelled by the user";
+
 std::string classText(const KivClassId& id) {
   for (const KivClassRow& row : kClassTable)
     if (row.id == id)
@@ -235,6 +252,7 @@ bool createSampleGraphFile(const std::string& path, int children, int fileVersio
   if (!host)
     return false;
 
+  CommandProgress progress(host, "create " + path);
   // Links are object references: writeGraph follows those, while
   // relationships aren't part of an object's stored form.
   IPtr<DynamicDataObject> top(new DynamicDataObject);
@@ -254,6 +272,11 @@ bool createSampleGraphFile(const std::string& path, int children, int fileVersio
     addSampleValues(part, i);
     refer(top, ("item" + std::to_string(i)).c_str(), part);
     parts.push_back(part);
+    // Building is the first half of the work, writing the second.
+    if (!progress.step(0.5f * float(i) / float(children))) {
+      *error = kCancelledText;
+      return false;
+    }
   }
   // The first part is shared: the top object holds it twice, and each part
   // holds the next; the last one refers back to the top.
@@ -265,7 +288,10 @@ bool createSampleGraphFile(const std::string& path, int children, int fileVersio
 
   Graph graph(top);
   result->objects = static_cast<int>(graph.size());
-  return writeGraphFile(top, path, fileVersion, host->persistentRefMap(), &result->bytes, error);
+  if (!writeGraphFile(top, path, fileVersion, host->persistentRefMap(), &result->bytes, error))
+    return false;
+  progress.step(1.0f);
+  return true;
 }
 
 bool convertGraphFile(const std::string& in, const std::string& out, int fileVersion,
@@ -274,6 +300,7 @@ bool convertGraphFile(const std::string& in, const std::string& out, int fileVer
   if (!host)
     return false;
   HostPersistentRefMap* refs = host->persistentRefMap();
+  CommandProgress progress(host, "convert " + in);
 
   CheckingReader reader;
   if (!reader.open(KivString::fromUtf8(in.c_str()))) {
@@ -329,6 +356,14 @@ bool convertGraphFile(const std::string& in, const std::string& out, int fileVer
     return false;
   }
 
+  // Reading was the first half; nothing is written after a Ctrl-C.
+  if (!progress.step(0.5f)) {
+    *error = kCancelledText;
+    return false;
+  }
   result->objects = static_cast<int>(graph.size());
-  return writeGraphFile(top, out, fileVersion, refs, &result->bytes, error);
+  if (!writeGraphFile(top, out, fileVersion, refs, &result->bytes, error))
+    return false;
+  progress.step(1.0f);
+  return true;
 }

@@ -13,6 +13,8 @@
 // when everything was written: a failure leaves no partial file behind.
 // Failures come back as false with one line in *error; a PlatformException
 // from the library passes through, and the temporary file is gone then too.
+// On a terminal both show the host's progress line on stderr; a Ctrl-C seen
+// before writing begins ends them with "cancelled by the user".
 //
 //===----------------------------------------------------------------------===//
 #pragma once
