@@ -3,7 +3,8 @@
 // ReferenceHost builds a TovComponentManager, registers the host's services
 // under their interface names ("IDataStore", "IKivLog3", "IKivErrorService",
 // "IKivAssertHandlerCB", "IKivDirService", "IKivMManager",
-// "IKivPersistentRefMap", and "IKivTranslatorService" when a table is given),
+// "IKivPersistentRefMap", "IKivRandom", "IKivPointExtraInfo",
+// "IRealPArrayFactory", and "IKivTranslatorService" when a table is given),
 // writes the directory keys "Directories/Logs Directory" and
 // "Directories/Temp Directory", installs the manager for this process's copy
 // of the library code and loads component libraries by path.
@@ -33,6 +34,9 @@ class HostErrorService;
 class HostLog;
 class HostMemoryManager;
 class HostPersistentRefMap;
+class HostPointExtraInfo;
+class HostRandom;
+class HostRealPArrayFactory;
 class HostTranslatorService;
 class IKivComponent;
 class TovComponentManager;
@@ -71,6 +75,10 @@ public:
   HostDirService* directories() const { return directories_.get(); }
   HostMemoryManager* memoryManager() const { return memoryManager_.get(); }
   HostPersistentRefMap* persistentRefMap() const { return persistentRefMap_.get(); }
+  HostRandom* random() const { return random_.get(); }
+  // The empty prototype; point arrays keep clones of it.
+  HostPointExtraInfo* pointExtraInfo() const { return pointExtraInfo_.get(); }
+  HostRealPArrayFactory* realPArrayFactory() const { return realPArrayFactory_.get(); }
   // Null unless a translation table was given and could be read.
   HostTranslatorService* translatorService() const { return translatorService_.get(); }
 
@@ -83,6 +91,9 @@ private:
   IPtr<HostAssertHandler> assertHandler_;
   IPtr<HostMemoryManager> memoryManager_;
   IPtr<HostPersistentRefMap> persistentRefMap_;
+  IPtr<HostRandom> random_;
+  IPtr<HostPointExtraInfo> pointExtraInfo_;
+  IPtr<HostRealPArrayFactory> realPArrayFactory_;
   IPtr<HostTranslatorService> translatorService_;
   std::string setupError_;
 };
