@@ -951,7 +951,11 @@ bool BitVector::read(BinInput& in) {
     return false;
   }
   const auto words = static_cast<int32_t>(h.words);
-  if (words > 4095 && hasManager()) {
+  // A sparse record's word count is not backed by its bytes, so a large one
+  // is read into the paged form even without a manager (blocks then come
+  // from the process's own source): a record of a few bytes must not make a
+  // plain vector of hundreds of megabytes.
+  if (words > 4095 && (hasManager() || h.sparse == 1)) {
     bvwordsLarge_ = new BitWords(words);
     lastBit_ = lastBitFor(bvwordsLarge_->count());
   } else {

@@ -2,12 +2,16 @@
 
 #include "binstreams.h"
 #include "blockfakes.h"
+#include "bulkrecords.h"
 #include "kivbasictypes/bitvectorpool.h"
 #include "kivbasictypes/blockbitvector.h"
 #include "kivbasictypes/ikivrandom.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <set>
 #include <sstream>
@@ -574,6 +578,58 @@ TEST_F(BitVectorTest, PoolsHandBackClearedObjects) {
   EXPECT_EQ(block[3], 0u);
   giveBlock(block);
   EXPECT_EQ(blockPoolSize(), std::max(before, 1));
+}
+
+} // namespace
+
+namespace {
+
+// Every input the bulk data fuzz target kept reads without harm and writes
+// back what it read.
+TEST(BulkData, FuzzCorpusReadsSafely) {
+  const auto dir = std::filesystem::path(DM_TEST_DATA_DIR) / "kivbasictypes" / "bulkcorpus";
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    Bytes bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    EXPECT_TRUE(bulkrecords::readAll(bytes)) << entry.path();
+    ++files;
+  }
+  EXPECT_GE(files, 9);
+}
+
+} // namespace
+
+#include "kivbasictypes/progbitvectoriter.h"
+#include "kivbasictypes/tovprogress.h"
+
+namespace {
+
+class RecordingProgress : public TovProgress {
+public:
+  bool report(float fraction) override {
+    reports.push_back(fraction);
+    return true;
+  }
+  std::vector<float> reports;
+};
+
+TEST(ProgBitVectorIter, WalksTheBitsAndReportsEachHundredth) {
+  IPtr<RecordingProgress> progress(new RecordingProgress);
+  BitVector bits(511);
+  bits.setRange(0, 450);  // lastBit 511: a report every 5 advances
+  std::vector<int32_t> clear;
+  {
+    ProgBitVectorIter walk(bits, true, progress.get());
+    for (int32_t i = walk.next(); i >= 0; i = walk.next())
+      clear.push_back(i);
+  }
+  EXPECT_EQ(clear.size(), 61u);
+  EXPECT_EQ(clear.front(), 451);
+  ASSERT_EQ(progress->reports.size(), 12u + 1);
+  EXPECT_FLOAT_EQ(progress->reports[0], 0.01f);
+  EXPECT_FLOAT_EQ(progress->reports[11], 0.12f);
+  EXPECT_EQ(progress->reports.back(), 1.0f);
 }
 
 } // namespace
