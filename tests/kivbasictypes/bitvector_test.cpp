@@ -633,3 +633,39 @@ TEST(ProgBitVectorIter, WalksTheBitsAndReportsEachHundredth) {
 }
 
 } // namespace
+
+#include "kivbasictypes/quicksort.h"
+
+#include <thread>
+
+namespace {
+
+// The block pool and the scratch pools are shared by threads; each stays
+// consistent when two threads take and give at once.
+TEST(BitVectorPools, TwoThreadsTakeAndGiveAtOnce) {
+  BitVectorPool pool;
+  auto work = [&pool] {
+    for (int k = 0; k < 2000; ++k) {
+      uint32_t* block = takeBlock(k % 1024);
+      BitVector* bits = pool.takeBitVector(64);
+      bits->set(k % 64);
+      IndexStack* stack = takeIndexStack();
+      stack->push(k);
+      giveIndexStack(&stack);
+      pool.giveBitVector(&bits);
+      giveBlock(block);
+    }
+  };
+  std::thread a(work);
+  std::thread b(work);
+  a.join();
+  b.join();
+  EXPECT_LE(pool.pooled(), 2);
+  EXPECT_GE(pool.pooled(), 1);
+  EXPECT_LE(blockPoolSize(), 512);
+  BitVector* again = pool.takeBitVector(64);
+  EXPECT_EQ(again->numberSet(), 0u);
+  pool.giveBitVector(&again);
+}
+
+} // namespace
