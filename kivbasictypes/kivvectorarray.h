@@ -22,7 +22,7 @@
 #include <algorithm>
 #include <cstdint>
 
-class KivVectorArray : public RealPArray {
+class KivVectorArray final : public RealPArray {
 public:
   using Points = KivMM::Array<KivVector, KivMM::Splitter<KivVector>>;
   static constexpr int32_t kRecordId = 758123;
