@@ -40,7 +40,8 @@ bench: deps
 	@cmake --build build-bench -j $(JOBS)
 	./build-bench/bench/dm_bench --benchmark_counters_tabular=true
 
-# Not in CI: builds the libFuzzer target with clang and fuzzes the file reader
+# Not in CI: builds the libFuzzer targets with clang and fuzzes the file reader
+# and the bulk data records
 # for a bounded time. New inputs go to build-fuzz/corpus; findings (crash-*)
 # land in the current directory and belong in tests/kivbasictypes/corpus.
 FUZZ_TIME ?= 60
@@ -51,6 +52,8 @@ fuzz:
 	./build-fuzz/kivfile_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/corpus tests/kivbasictypes/corpus
 	@mkdir -p build-fuzz/image-corpus
 	./build-fuzz/kivimage_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/image-corpus
+	@mkdir -p build-fuzz/bulkcorpus
+	./build-fuzz/bulkdata_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/bulkcorpus tests/kivbasictypes/bulkcorpus
 
 clean:
 	rm -rf build build-asan build-tsan build-bench

@@ -13,6 +13,9 @@
 #include "host/hostlog.h"
 #include "host/hostmemorymanager.h"
 #include "host/hostpersistentrefmap.h"
+#include "host/hostpointextrainfo.h"
+#include "host/hostrandom.h"
+#include "host/hostrealparrayfactory.h"
 #include "host/hosttranslatorservice.h"
 #include "host/tovcomponentmanager.h"
 #include "kivbasictypes/kivstring.h"
@@ -68,6 +71,9 @@ ReferenceHost::ReferenceHost(const ReferenceHostOptions& options)
   assertHandler_ = new HostAssertHandler(options.abortOnAssert);
   memoryManager_ = new HostMemoryManager;
   persistentRefMap_ = new HostPersistentRefMap;
+  random_ = new HostRandom;
+  pointExtraInfo_ = new HostPointExtraInfo;
+  realPArrayFactory_ = new HostRealPArrayFactory;
 
   manager_->registerService("IDataStore", dataStore_.get());
   manager_->registerService("IKivLog3", log_.get());
@@ -94,6 +100,9 @@ ReferenceHost::ReferenceHost(const ReferenceHostOptions& options)
   manager_->registerService("IGuiBusyBlock", new HostObjectMaker("IGuiBusyBlock", [busy] {
                               return static_cast<void*>(busy->newBlock());
                             }));
+  manager_->registerService("IKivRandom", random_.get());
+  manager_->registerService("IKivPointExtraInfo", pointExtraInfo_.get());
+  manager_->registerService("IRealPArrayFactory", realPArrayFactory_.get());
   if (!options.translationTable.empty()) {
     IPtr<HostTranslatorService> translator(new HostTranslatorService);
     if (translator->loadTable(options.translationTable.c_str())) {
@@ -120,6 +129,9 @@ ReferenceHost::~ReferenceHost() {
   translatorService_.clear();
   busyState_.clear();
   progress_.clear();
+  realPArrayFactory_.clear();
+  pointExtraInfo_.clear();
+  random_.clear();
   persistentRefMap_.clear();
   memoryManager_.clear();
   assertHandler_.clear();

@@ -6,7 +6,8 @@
 // "IKivPersistentRefMap", the image codecs "IKivCompressPNG" and
 // "IKivImageWriter", the progress line "IKivProgress" with its callbacks
 // "IKivProgressCallback" and "IKivProgressCallbackInstance" (a new one per
-// request), "IGuiBusyState" and "IGuiBusyBlock" (a new one per request), and
+// request), "IGuiBusyState" and "IGuiBusyBlock" (a new one per request),
+// "IKivRandom", "IKivPointExtraInfo", "IRealPArrayFactory", and
 // "IKivTranslatorService" when a table is given),
 // writes the directory keys "Directories/Logs Directory" and
 // "Directories/Temp Directory", installs the manager for this process's copy
@@ -41,6 +42,9 @@ class HostErrorService;
 class HostLog;
 class HostMemoryManager;
 class HostPersistentRefMap;
+class HostPointExtraInfo;
+class HostRandom;
+class HostRealPArrayFactory;
 class HostTranslatorService;
 class IKivComponent;
 class TovComponentManager;
@@ -82,6 +86,10 @@ public:
   HostPersistentRefMap* persistentRefMap() const { return persistentRefMap_.get(); }
   HostProgress* progress() const { return progress_.get(); }
   HostBusyState* busyState() const { return busyState_.get(); }
+  HostRandom* random() const { return random_.get(); }
+  // The empty prototype; point arrays keep clones of it.
+  HostPointExtraInfo* pointExtraInfo() const { return pointExtraInfo_.get(); }
+  HostRealPArrayFactory* realPArrayFactory() const { return realPArrayFactory_.get(); }
   // Null unless a translation table was given and could be read.
   HostTranslatorService* translatorService() const { return translatorService_.get(); }
   HostCompressPNG* compressPng() const { return compressPng_.get(); }
@@ -96,6 +104,9 @@ private:
   IPtr<HostAssertHandler> assertHandler_;
   IPtr<HostMemoryManager> memoryManager_;
   IPtr<HostPersistentRefMap> persistentRefMap_;
+  IPtr<HostRandom> random_;
+  IPtr<HostPointExtraInfo> pointExtraInfo_;
+  IPtr<HostRealPArrayFactory> realPArrayFactory_;
   IPtr<HostTranslatorService> translatorService_;
   IPtr<HostCompressPNG> compressPng_;
   IPtr<HostImageWriter> imageWriter_;

@@ -46,7 +46,8 @@ TEST(ReferenceHost, ServicesAreFoundByNameWhileTheHostLives) {
 
       // Through this process's own look-up, as the library code does it.
       for (const char* service : {"IDataStore", "IKivLog3", "IKivErrorService",
-                                  "IKivAssertHandlerCB", "IKivDirService", "IKivMManager"}) {
+                                  "IKivAssertHandlerCB", "IKivDirService", "IKivMManager",
+                                  "IKivRandom", "IKivPointExtraInfo", "IRealPArrayFactory"}) {
         void* out = nullptr;
         EXPECT_EQ(getObject(service, &out), 1) << service;
         EXPECT_NE(out, nullptr) << service;
