@@ -8,6 +8,12 @@
 #include "core/datamodelinit.h"
 #include "core/ikivcomponentmanager.h"
 #include "core/lookup.h"
+#include "documents/document.h"
+#include "documents/documentdata.h"
+#include "documents/documentgroup.h"
+#include "documents/documentlistener.h"
+#include "documents/documentmanager.h"
+#include "documents/documentmanagerlistener.h"
 #include "kivbasictypes/kivcstring.h"
 #include "kivbasictypes/writequeue.h"
 #include "model/dataevent.h"
@@ -23,6 +29,7 @@
 #include "model/progresslistener.h"
 #include "model/relationship.h"
 #include "properties/boolproperty.h"
+#include "properties/dataobjectarray.h"
 #include "properties/dirindex.h"
 #include "properties/doubleproperty.h"
 #include "properties/gridindex.h"
@@ -115,6 +122,14 @@ const BuiltClass kBuiltClasses[] = {
     {"UndoInfo", &newInstanceFactory<UndoInfo>},
     {"UndoManager", &newInstanceFactory<UndoManager>},
     {"UndoManagerListener", &newInstanceFactory<UndoManagerListener>},
+    {"DataObjectArray", &newInstanceFactory<DataObjectArray>},
+    {"Document", &newInstanceFactory<Document>},
+    {"DocumentItem", &newInstanceFactory<DocumentItem>},
+    {"DocumentData", &newInstanceFactory<DocumentData>},
+    {"DocumentGroup", &newInstanceFactory<DocumentGroup>},
+    {"DocumentListener", &newInstanceFactory<DocumentListener>},
+    {"DocumentManager", &singletonFactory<DocumentManager>},
+    {"DocumentManagerListener", &newInstanceFactory<DocumentManagerListener>},
 };
 
 const BuiltClass* builtClass(const char* name) {

@@ -7,6 +7,7 @@
 #include "host/hostasserthandler.h"
 #include "host/hostdatastore.h"
 #include "host/hostdirservice.h"
+#include "host/hostdomxml.h"
 #include "host/hosterrorservice.h"
 #include "host/hostlog.h"
 #include "host/hostmemorymanager.h"
@@ -74,6 +75,8 @@ ReferenceHost::ReferenceHost(const ReferenceHostOptions& options)
   manager_->registerService("IKivDirService", directories_.get());
   manager_->registerService("IKivMManager", memoryManager_.get());
   manager_->registerService("IKivPersistentRefMap", persistentRefMap_.get());
+  domXml_ = new HostDOMXml;
+  manager_->registerService("IKivDOMXml", domXml_.get());
   if (!options.translationTable.empty()) {
     IPtr<HostTranslatorService> translator(new HostTranslatorService);
     if (translator->loadTable(options.translationTable.c_str())) {
@@ -97,6 +100,7 @@ ReferenceHost::~ReferenceHost() {
     setComponentManager(nullptr);
   translatorService_.clear();
   persistentRefMap_.clear();
+  domXml_.clear();
   memoryManager_.clear();
   assertHandler_.clear();
   errorService_.clear();

@@ -3,7 +3,8 @@
 // ReferenceHost builds a TovComponentManager, registers the host's services
 // under their interface names ("IDataStore", "IKivLog3", "IKivErrorService",
 // "IKivAssertHandlerCB", "IKivDirService", "IKivMManager",
-// "IKivPersistentRefMap", and "IKivTranslatorService" when a table is given),
+// "IKivPersistentRefMap", "IKivDOMXml", and "IKivTranslatorService" when a
+// table is given),
 // writes the directory keys "Directories/Logs Directory" and
 // "Directories/Temp Directory", installs the manager for this process's copy
 // of the library code and loads component libraries by path.
@@ -29,6 +30,7 @@
 class HostAssertHandler;
 class HostDataStore;
 class HostDirService;
+class HostDOMXml;
 class HostErrorService;
 class HostLog;
 class HostMemoryManager;
@@ -84,5 +86,6 @@ private:
   IPtr<HostMemoryManager> memoryManager_;
   IPtr<HostPersistentRefMap> persistentRefMap_;
   IPtr<HostTranslatorService> translatorService_;
+  IPtr<HostDOMXml> domXml_;
   std::string setupError_;
 };
