@@ -62,11 +62,20 @@ DocumentManager::DocumentManager()
 DocumentManager::~DocumentManager() {
   DocumentManager* self = this;
   cachedManager.compare_exchange_strong(self, nullptr);
+  clearConfiguration();
   delete documentConfig_;
   delete itemConfig_;
+}
+
+void DocumentManager::clearConfiguration() {
+  delete documentConfig_;
+  documentConfig_ = new DocumentItemConfig;
+  delete itemConfig_;
+  itemConfig_ = new DocumentItemConfig;
   Map<KivString, DocumentItemConfig*>::Iterator it(dataConfigs_);
   for (bool more = it.first(); more; more = it.next())
     delete it.value();
+  dataConfigs_.clear();
 }
 
 void DocumentManager::queryInterface(const char* name, void** out) {

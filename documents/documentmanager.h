@@ -63,6 +63,9 @@ public:
 
   // Adds an existing document as createDocument would, without creating it.
   void addDocument(IKivDocument* document);
+  // Forgets every configuration record, as before the first readConfigFile;
+  // for a host that reloads its configuration.
+  void clearConfiguration();
 
 private:
   static void appendRecords(const IKivDOMXmlElement& element, DocumentItemConfig* config);
