@@ -45,6 +45,12 @@ ReferenceHost* componentHost(std::string* error) {
   return host;
 }
 
+} // namespace
+
+ReferenceHost* inProcessComponentHost(std::string* error) { return componentHost(error); }
+
+namespace {
+
 std::string classText(const KivClassId& id) {
   for (const KivClassRow& row : kClassTable)
     if (row.id == id)
