@@ -14,13 +14,13 @@ build: deps
 	@cmake --preset default >/dev/null
 	@cmake --build build -j $(JOBS)
 
-# The tool's main job: the component it loads, then a sample document graph
-# written, converted to 32-bit lengths and inspected.
+# The tool's main job: a small document built from the example configuration,
+# saved, loaded back, edited, undone and redone; then its tree and a check of
+# the file.
 run: build
-	./build/dmtool info
-	./build/dmtool create build/sample.kiv
-	./build/dmtool convert build/sample.kiv build/sample-v9.kiv --version 9
-	./build/dmtool blocks build/sample-v9.kiv --depth 3
+	./build/dmtool sample build/sample.kiv --config examples/documents.xml
+	./build/dmtool tree build/sample.kiv
+	./build/dmtool verify build/sample.kiv
 
 test: build
 	cd build && ctest --output-on-failure -j $(JOBS)

@@ -45,6 +45,7 @@ int runConvert(const Arguments& args);
 int runNew(const Arguments& args);
 int runTree(const Arguments& args);
 int runVerify(const Arguments& args);
+int runSample(const Arguments& args);
 
 const Command kCommands[] = {
     {"info", "[--library PATH]",
@@ -69,6 +70,10 @@ const Command kCommands[] = {
      "reads a whole document; exit 0 if it is sound, 2 if damaged (with where the damage "
      "starts and what could still be read)",
      runVerify},
+    {"sample", "FILE [--config XML]",
+     "builds a small document, saves it to FILE, loads it back and undoes and redoes an edit, "
+     "telling each step",
+     runSample},
 };
 
 void printUsage(std::FILE* out) {
@@ -356,6 +361,27 @@ int runTree(const Arguments& args) { return runDocumentReport("tree", args, prin
 
 int runVerify(const Arguments& args) {
   return runDocumentReport("verify", args, verifyDocumentFile);
+}
+
+int runSample(const Arguments& args) {
+  std::string path, config;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--config") {
+      if (i + 1 == args.size())
+        return usageError("sample: --config needs a file");
+      config = args[++i];
+    } else if (args[i].rfind("--", 0) == 0 || !path.empty()) {
+      return usageError("sample: unknown argument '" + args[i] + "'");
+    } else {
+      path = args[i];
+    }
+  }
+  if (path.empty())
+    return usageError("sample: no file given");
+  std::string error;
+  if (!runDocumentSample(path, config, stdout, &error))
+    return fail("sample: " + error);
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
 }
 
 } // namespace

@@ -7,12 +7,15 @@
 #include "documents/document.h"
 #include "documents/documentdata.h"
 #include "documents/documentgroup.h"
+#include "documents/documentlistener.h"
 #include "documents/documentmanager.h"
 #include "host/referencehost.h"
 #include "kivbasictypes/binio.h"
 #include "kivbasictypes/ikivwriteable.h"
 #include "kivbasictypes/kivfile.h"
 #include "properties/ikivproperty.h"
+#include "properties/objectproperty.h"
+#include "undo/ikivundomanager.h"
 #include "tools/graphfile.h"
 #include "tools/safefile.h"
 
@@ -253,10 +256,17 @@ std::string propertiesText(DataObject* object, bool json) {
       continue;
     KivString value;
     property->valueText(key, value);
+    // Some values (bounds, matrices) span lines; a tree line holds one item.
+    std::string shown = utf8(value);
+    for (char& c : shown)
+      if (c == '\n')
+        c = ' ';
+    while (!shown.empty() && shown.back() == ' ')
+      shown.pop_back();
     if (json)
       out += (out.empty() ? "" : ", ") + jsonText(utf8(key)) + ": " + jsonText(utf8(value));
     else
-      out += " " + utf8(key) + "=" + utf8(value);
+      out += " " + utf8(key) + "=" + shown;
   }
   return out;
 }
@@ -452,4 +462,138 @@ bool convertDocumentFile(const std::string& in, const std::string& out, int file
              &counts);
   *items = counts.items;
   return writeDocument(result.document.get(), out, fileVersion, bytes, error);
+}
+
+namespace {
+
+// Reports what a document tells its listeners, one line each.
+class SampleListener : public DocumentListener {
+public:
+  explicit SampleListener(std::FILE* out) : out_(out) {}
+  void itemPropertyChanged(DocumentItem* item, const KivString& name) override {
+    std::fprintf(out_, "    listener: itemPropertyChanged(%s, %s)\n", nameOf(item).c_str(),
+                 utf8(name).c_str());
+  }
+  void beginUpdate(IKivDocument*) override { std::fprintf(out_, "    listener: beginUpdate\n"); }
+  void endUpdate(IKivDocument*) override { std::fprintf(out_, "    listener: endUpdate\n"); }
+
+private:
+  std::FILE* out_;
+};
+
+IPtr<DynamicDataObject> sampleObject(const char* name, int points) {
+  IPtr<DynamicDataObject> object(new DynamicDataObject);
+  object->set("name", kiv(name));
+  object->set("points", points);
+  object->set("boundingBox", KivBounds(KivVector(0, 0, 0), KivVector(points, 1, 1)));
+  return object;
+}
+
+std::string shapeOf(IKivDocumentItem* item) {
+  std::string text = nameOf(kivQuery<DataObject>(item, DataObject::kClassName));
+  if (item->getChildCount() == 0)
+    return text;
+  text += "(";
+  for (int i = 0; i < item->getChildCount(); ++i)
+    text += (i ? " " : "") + shapeOf(item->getChild(i));
+  return text + ")";
+}
+
+} // namespace
+
+bool runDocumentSample(const std::string& path, const std::string& configPath, std::FILE* out,
+                       std::string* error) {
+  if (!startHost(error))
+    return false;
+  if (!configPath.empty()) {
+    DocumentManager::instance()->readConfigFile(kiv(configPath));
+    std::fprintf(out, "1. configuration %s read: new items get its properties\n",
+                 configPath.c_str());
+  }
+  // Build: Scans(scan-1 scan-2) Reference; scan-2 refers to the reference's
+  // object, so the file holds that object once and both find it again.
+  IPtr<Document> document = newDocument();
+  document->set("name", KivString("sample"));
+  IPtr<DynamicDataObject> reference = sampleObject("reference", 10);
+  IPtr<DynamicDataObject> scan1 = sampleObject("scan-1", 1000);
+  IPtr<DynamicDataObject> scan2 = sampleObject("scan-2", 2500);
+  scan2->addProperty(new ObjectProperty(KivString("alignedTo"), reference.get(), false));
+  void* made = nullptr;
+  getObject("IKivDocumentGroup", &made);
+  IPtr<IKivDocumentGroup> scans(static_cast<IKivDocumentGroup*>(made));
+  auto* scansItem = kivQuery<DocumentGroup>(scans.get(), DocumentGroup::kClassName);
+  scansItem->set("name", KivString("Scans"));
+  IPtr<DocumentData> item1(new DocumentData(static_cast<IKivDataObject*>(scan1.get())));
+  IPtr<DocumentData> item2(new DocumentData(static_cast<IKivDataObject*>(scan2.get())));
+  IPtr<DocumentData> item3(new DocumentData(static_cast<IKivDataObject*>(reference.get())));
+  scansItem->addChild(item1.get());
+  scansItem->addChild(item2.get());
+  auto* root = kivQuery<IKivDocumentItem>(document->getRootItem(), "IKivDocumentItem");
+  root->addChild(scansItem);
+  root->addChild(item3.get());
+  std::fprintf(out, "2. built document \"sample\": %s\n", shapeOf(root).c_str());
+
+  uint64_t bytes = 0;
+  if (!writeDocument(document.get(), path, 10, &bytes, error))
+    return false;
+  std::fprintf(out, "3. saved to %s: %llu bytes\n", path.c_str(),
+               static_cast<unsigned long long>(bytes));
+
+  IPtr<Document> loaded = newDocument();
+  if (!loaded->load(kiv(path))) {
+    *error = "the saved document did not load back";
+    return false;
+  }
+  auto* loadedRoot = kivQuery<IKivDocumentItem>(loaded->getRootItem(), "IKivDocumentItem");
+  IKivDocumentItem* loadedScan2 = loadedRoot->getChild(0)->getChild(1);
+  DataObject* object2 = kivQuery<DocumentItem>(loadedScan2, DocumentItem::kClassName)
+                            ->dataObjectValue();
+  DataObject* link = object2 ? kivQuery<ObjectProperty>(object2->getProperty("alignedTo"),
+                                                         ObjectProperty::kClassName)
+                                   ->get()
+                             : nullptr;
+  DataObject* loadedReference =
+      kivQuery<DocumentItem>(loadedRoot->getChild(1), DocumentItem::kClassName)->dataObjectValue();
+  std::fprintf(out, "4. loaded into a fresh document: %s; scan-2 still refers to %s (%s)\n",
+               shapeOf(loadedRoot).c_str(), link ? nameOf(link).c_str() : "nothing",
+               link == loadedReference ? "the same object as the reference item" : "a copy");
+
+  auto* edited = kivQuery<DocumentItem>(loadedScan2, DocumentItem::kClassName);
+  if (!edited->hasProperty("visible"))
+    edited->set("visible", true);
+  SampleListener listener(out);
+  loaded->registerListener(&listener);
+  IKivUndoManager* undo = loaded->getUndoManager();
+  const uint64_t context = 1;
+  std::fprintf(out, "5. edit: hide scan-2 inside an undo block and an update block\n");
+  undo->startUndoBlock(context);
+  undo->addUndoObject(context, static_cast<IKivDataObject*>(edited), false);
+  loaded->beginUpdate();
+  edited->set("visible", false);
+  loaded->endUpdate();
+  undo->endUndoBlock(context);
+  auto visibleText = [&] { return edited->getBool("visible") ? "visible" : "hidden"; };
+  auto boundsText = [&] {
+    const KivBounds b = loadedRoot->getChild(0) ? kivQuery<DataObject>(loadedRoot->getChild(0),
+                                                                       "DataObject")
+                                                      ->getBounds("visibleBoundingBox")
+                                                : KivBounds();
+    char text[64];
+    std::snprintf(text, sizeof text, "x from %g to %g", b.min.x, b.max.x);
+    return std::string(text);
+  };
+  std::fprintf(out, "   scan-2 is %s; visible bounds of Scans: %s\n", visibleText(),
+               boundsText().c_str());
+  std::fprintf(out, "6. undo:\n");
+  undo->undo(context);
+  std::fprintf(out, "   scan-2 is %s; visible bounds of Scans: %s\n", visibleText(),
+               boundsText().c_str());
+  std::fprintf(out, "7. redo, in an update block:\n");
+  loaded->beginUpdate();
+  undo->redo(context);
+  loaded->endUpdate();
+  std::fprintf(out, "   scan-2 is %s; visible bounds of Scans: %s\n", visibleText(),
+               boundsText().c_str());
+  loaded->unregisterListener(&listener);
+  return true;
 }

@@ -41,3 +41,11 @@ int verifyDocumentFile(const std::string& path, bool json, std::FILE* out, std::
 // (9: 32-bit lengths, 10: 64-bit). Refuses a damaged input.
 bool convertDocumentFile(const std::string& in, const std::string& out, int fileVersion,
                          int* items, uint64_t* bytes, std::string* error);
+
+// The library's main job in a few steps, printed as it goes: a small
+// document built under the configuration `configPath` (groups, data items
+// over objects with properties and references), saved to `path`, loaded
+// into a fresh document and compared, then an edit undone and redone with a
+// listener reporting what it hears.
+bool runDocumentSample(const std::string& path, const std::string& configPath, std::FILE* out,
+                       std::string* error);
