@@ -42,13 +42,16 @@ bench: deps
 
 # Not in CI: builds the libFuzzer target with clang and fuzzes the file reader
 # for a bounded time. New inputs go to build-fuzz/corpus; findings (crash-*)
-# land in the current directory and belong in tests/kivbasictypes/corpus.
+# land in the current directory and belong in tests/kivbasictypes/corpus
+# (file reader) or tests/documents/corpus (Document::load).
 FUZZ_TIME ?= 60
 fuzz:
 	@cmake -S fuzz -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug >/dev/null
 	@cmake --build build-fuzz -j $(JOBS)
 	@mkdir -p build-fuzz/corpus
 	./build-fuzz/kivfile_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/corpus tests/kivbasictypes/corpus
+	@mkdir -p build-fuzz/document-corpus
+	./build-fuzz/document_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 -timeout=10 build-fuzz/document-corpus tests/documents/corpus
 
 clean:
 	rm -rf build build-asan build-tsan build-bench
