@@ -348,6 +348,11 @@ bool DocumentItem::readChildren(IKivDataModelReader* reader, bool graphs) {
     if (!object) {
       if (graphs)
         return false;
+      // A child of a class this build can't create is stepped over: left
+      // standing, it would be met again by every later turn of a count that
+      // the file may have made as large as it likes.
+      if (reader->nextBlock())
+        reader->endBlock();
       continue;
     }
     if (graphs) {

@@ -9,6 +9,7 @@
 #include "documents/documentmanagerlistener.h"
 #include "documents/ikivdomxml.h"
 #include "kivbasictypes/messageformat.h"
+#include "model/dynamicdataobject.h"
 #include "model/stackedit.h"
 #include "properties/dataobjectarray.h"
 #include "properties/objectproperty.h"
@@ -21,6 +22,12 @@
 namespace {
 
 std::atomic<DocumentManager*> cachedManager{nullptr};
+
+// The object as the class the records are applied to.
+DataObject* dynamicObject(IKivUnknown* object) {
+  auto* dynamic = kivQuery<DynamicDataObject>(object, DynamicDataObject::kClassName);
+  return dynamic ? static_cast<DataObject*>(dynamic) : nullptr;
+}
 std::mutex cacheLock;
 
 Document* documentOf(IKivUnknown* document) {
@@ -221,13 +228,13 @@ void DocumentManager::readConfigFile(const KivString& path) {
 void DocumentManager::applyDocumentItemConfig(IKivUnknown* object) {
   if (itemConfig_->count() == 0 || !object)
     return;
-  itemConfig_->applyTo(kivQuery<DataObject>(object, "DynamicDataObject"));
+  itemConfig_->applyTo(dynamicObject(object));
 }
 
 void DocumentManager::applyDocumentConfig(IKivUnknown* object) {
   if (documentConfig_->count() == 0 || !object)
     return;
-  documentConfig_->applyTo(kivQuery<DataObject>(object, "DynamicDataObject"));
+  documentConfig_->applyTo(dynamicObject(object));
 }
 
 void DocumentManager::applyDocumentDataConfig(IKivUnknown* item) {
@@ -251,7 +258,7 @@ void DocumentManager::applyDocumentDataConfig(IKivUnknown* item) {
   auto* node = dataConfigs_.find(key);
   if (!node || !node->value || node->value->count() == 0)
     return;
-  node->value->applyTo(kivQuery<DataObject>(item, "DynamicDataObject"));
+  node->value->applyTo(dynamicObject(item));
 }
 
 // --- DocumentManagerListener -------------------------------------------------

@@ -56,6 +56,22 @@ private:
 
 IKivDOMXmlIterator* Element::children() const { return new ElementIterator(node_); }
 
+// libxml2 prints some failures (a file it can't open) through its global
+// handlers whatever the parse options say; the caller gets the text instead.
+void ignoreStructured(void*, const xmlError*) {}
+void ignoreGeneric(void*, const char*, ...) {}
+
+struct QuietHandlers {
+  QuietHandlers() {
+    xmlSetStructuredErrorFunc(nullptr, reinterpret_cast<xmlStructuredErrorFunc>(ignoreStructured));
+    xmlSetGenericErrorFunc(nullptr, ignoreGeneric);
+  }
+  ~QuietHandlers() {
+    xmlSetStructuredErrorFunc(nullptr, nullptr);
+    xmlSetGenericErrorFunc(nullptr, nullptr);
+  }
+};
+
 } // namespace
 
 HostDOMXml::~HostDOMXml() { freeDocument(); }
@@ -79,6 +95,7 @@ bool HostDOMXml::parseFile(const KivString& path) {
   error_.clear();
   const char* file = path.utf8Text();
   const std::string name = file ? file : "";
+  QuietHandlers quiet;
   xmlParserCtxtPtr context = xmlNewParserCtxt();
   if (!context) {
     error_ = name + ": cannot create an XML parser";
