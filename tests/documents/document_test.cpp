@@ -173,7 +173,7 @@ TEST(Document, LoadAppendsAndLeavesTheUndoStack) {
 
 TEST(Document, RulesAndFilesFailWithTheirTexts) {
   IPtr<Document> document = newDocument("d");
-  DocLog log;
+  DocLog log, stranger;
   const std::string missing = "/nonexistent-dir/none.kiv";
   struct Case {
     const char* name;
@@ -199,7 +199,7 @@ TEST(Document, RulesAndFilesFailWithTheirTexts) {
        err("Document::loadKV", "Could not open file " + missing)},
       {"save_uncreatable", [&] { document->save(KivString(missing.c_str())); },
        err("Document::save", "Could not save file " + missing)},
-      {"unregister_unknown", [&] { document->unregisterListener(new DocLog); },
+      {"unregister_unknown", [&] { document->unregisterListener(&stranger); },
        err("Document::unregisterListener", "Listener has not been registered.")},
   };
   document->registerListener(&log);
