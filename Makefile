@@ -14,13 +14,13 @@ build: deps
 	@cmake --preset default >/dev/null
 	@cmake --build build -j $(JOBS)
 
-# The tool's main job: the component it loads, then a sample document graph
-# written, converted to 32-bit lengths and inspected.
+# The tool's main job: a small document built from the example configuration,
+# saved, loaded back, edited, undone and redone; then its tree and a check of
+# the file.
 run: build
-	./build/dmtool info
-	./build/dmtool create build/sample.kiv
-	./build/dmtool convert build/sample.kiv build/sample-v9.kiv --version 9
-	./build/dmtool blocks build/sample-v9.kiv --depth 3
+	./build/dmtool sample build/sample.kiv --config examples/documents.xml
+	./build/dmtool tree build/sample.kiv
+	./build/dmtool verify build/sample.kiv
 
 test: build
 	cd build && ctest --output-on-failure -j $(JOBS)
@@ -40,10 +40,11 @@ bench: deps
 	@cmake --build build-bench -j $(JOBS)
 	./build-bench/bench/dm_bench --benchmark_counters_tabular=true
 
-# Not in CI: builds the libFuzzer targets with clang and fuzzes the file reader
-# and the bulk data records
-# for a bounded time. New inputs go to build-fuzz/corpus; findings (crash-*)
-# land in the current directory and belong in tests/kivbasictypes/corpus.
+# Not in CI: builds the libFuzzer targets with clang and fuzzes the file reader,
+# images, the bulk data records and documents for a bounded time. New inputs
+# go to build-fuzz/*corpus; findings (crash-*)
+# land in the current directory and belong in tests/kivbasictypes/corpus
+# (file reader) or tests/documents/corpus (Document::load).
 FUZZ_TIME ?= 60
 fuzz:
 	@cmake -S fuzz -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug >/dev/null
@@ -54,6 +55,8 @@ fuzz:
 	./build-fuzz/kivimage_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/image-corpus
 	@mkdir -p build-fuzz/bulkcorpus
 	./build-fuzz/bulkdata_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/bulkcorpus tests/kivbasictypes/bulkcorpus
+	@mkdir -p build-fuzz/document-corpus
+	./build-fuzz/document_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 -timeout=10 build-fuzz/document-corpus tests/documents/corpus
 
 clean:
 	rm -rf build build-asan build-tsan build-bench

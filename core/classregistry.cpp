@@ -8,6 +8,12 @@
 #include "core/datamodelinit.h"
 #include "core/ikivcomponentmanager.h"
 #include "core/lookup.h"
+#include "documents/document.h"
+#include "documents/documentdata.h"
+#include "documents/documentgroup.h"
+#include "documents/documentlistener.h"
+#include "documents/documentmanager.h"
+#include "documents/documentmanagerlistener.h"
 #include "kivbasictypes/kivcstring.h"
 #include "kivbasictypes/writequeue.h"
 #include "model/dataevent.h"
@@ -27,6 +33,7 @@
 #include "model/progressproperty.h"
 #include "model/relationship.h"
 #include "properties/boolproperty.h"
+#include "properties/dataobjectarray.h"
 #include "properties/dirindex.h"
 #include "properties/doubleproperty.h"
 #include "properties/gridindex.h"
@@ -126,6 +133,14 @@ const BuiltClass kBuiltClasses[] = {
     {"UndoManager", &newInstanceFactory<UndoManager>},
     {"UndoManagerListener", &newInstanceFactory<UndoManagerListener>},
     {"ImageProperty", &newInstanceFactory<ImageProperty>},
+    {"DataObjectArray", &newInstanceFactory<DataObjectArray>},
+    {"Document", &newInstanceFactory<Document>},
+    {"DocumentItem", &newInstanceFactory<DocumentItem>},
+    {"DocumentData", &newInstanceFactory<DocumentData>},
+    {"DocumentGroup", &newInstanceFactory<DocumentGroup>},
+    {"DocumentListener", &newInstanceFactory<DocumentListener>},
+    {"DocumentManager", &singletonFactory<DocumentManager>},
+    {"DocumentManagerListener", &newInstanceFactory<DocumentManagerListener>},
 };
 
 const BuiltClass* builtClass(const char* name) {

@@ -8,6 +8,7 @@
 #include "host/hostbusystate.h"
 #include "host/hostdatastore.h"
 #include "host/hostdirservice.h"
+#include "host/hostdomxml.h"
 #include "host/hosterrorservice.h"
 #include "host/hostimagecodecs.h"
 #include "host/hostlog.h"
@@ -103,6 +104,8 @@ ReferenceHost::ReferenceHost(const ReferenceHostOptions& options)
   manager_->registerService("IKivRandom", random_.get());
   manager_->registerService("IKivPointExtraInfo", pointExtraInfo_.get());
   manager_->registerService("IRealPArrayFactory", realPArrayFactory_.get());
+  domXml_ = new HostDOMXml;
+  manager_->registerService("IKivDOMXml", domXml_.get());
   if (!options.translationTable.empty()) {
     IPtr<HostTranslatorService> translator(new HostTranslatorService);
     if (translator->loadTable(options.translationTable.c_str())) {
@@ -133,6 +136,7 @@ ReferenceHost::~ReferenceHost() {
   pointExtraInfo_.clear();
   random_.clear();
   persistentRefMap_.clear();
+  domXml_.clear();
   memoryManager_.clear();
   assertHandler_.clear();
   errorService_.clear();

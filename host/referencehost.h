@@ -7,8 +7,8 @@
 // "IKivImageWriter", the progress line "IKivProgress" with its callbacks
 // "IKivProgressCallback" and "IKivProgressCallbackInstance" (a new one per
 // request), "IGuiBusyState" and "IGuiBusyBlock" (a new one per request),
-// "IKivRandom", "IKivPointExtraInfo", "IRealPArrayFactory", and
-// "IKivTranslatorService" when a table is given),
+// "IKivRandom", "IKivPointExtraInfo", "IRealPArrayFactory", the XML reader
+// "IKivDOMXml", and "IKivTranslatorService" when a table is given),
 // writes the directory keys "Directories/Logs Directory" and
 // "Directories/Temp Directory", installs the manager for this process's copy
 // of the library code and loads component libraries by path.
@@ -38,6 +38,7 @@ class HostImageWriter;
 class HostBusyState;
 class HostDataStore;
 class HostDirService;
+class HostDOMXml;
 class HostErrorService;
 class HostLog;
 class HostMemoryManager;
@@ -112,5 +113,6 @@ private:
   IPtr<HostImageWriter> imageWriter_;
   IPtr<HostProgress> progress_;
   IPtr<HostBusyState> busyState_;
+  IPtr<HostDOMXml> domXml_;
   std::string setupError_;
 };

@@ -60,6 +60,8 @@ bool commitStream(std::FILE* file);
 bool isReadable(const char* path);
 // Removes a file's name; true if it was removed.
 bool removeFile(const char* path);
+// Pushes a folder's entries (a rename into it) to the disk; true if done.
+bool syncDirectory(const char* path);
 
 // Descriptors of the descriptor stream buffer. Permissions of a created file
 // are 0600; there is no binary/text distinction here.

@@ -197,6 +197,18 @@ bool seekStream(std::FILE* file, int64_t offset, int origin) {
 
 int64_t tellStream(std::FILE* file) { return file ? int64_t(ftello(file)) : -1; }
 
+bool syncDirectory(const char* path) {
+  int fd = ::open(path && *path ? path : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0)
+    return false;
+  int r;
+  do
+    r = fsync(fd);
+  while (r != 0 && errno == EINTR);
+  ::close(fd);
+  return r == 0 || errno == EINVAL;
+}
+
 bool commitStream(std::FILE* file) {
   if (!file || std::fflush(file) != 0)
     return false;

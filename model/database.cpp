@@ -4,12 +4,15 @@
 #include "core/classwalk.h"
 #include "core/lookup.h"
 #include "core/servicecache.h"
+#include "documents/documentmanager.h"
+#include "documents/ikivdocument.h"
 #include "model/action.h"
 #include "model/dataobject.h"
 #include "model/dynamicdataobject.h"
 #include "model/ikivmodifier.h"
 #include "model/relationship.h"
 #include "model/relationshipiter.h"
+#include "properties/dataobjectarray.h"
 
 #include <cstring>
 
@@ -103,10 +106,15 @@ void Database::queryInterface(const char* name, void** out) {
 
 // --- Objects -----------------------------------------------------------------
 
-// The documents are closed by the document manager, which this build doesn't
-// have yet; what shutdown() owns itself is the global object.
+// Every open document is closed through the document manager, one by one
+// until none is left; what shutdown() owns itself is the global object.
 void Database::shutdown() {
   Lock lock(lock_);
+  if (DocumentManager* manager = DocumentManager::instance()) {
+    DataObjectArray* documents = manager->getDocuments();
+    while (documents && documents->count() > 0)
+      manager->closeDocument(kivQuery<IKivDocument>(documents->get(0), "IKivDocument"));
+  }
   globalObject_.clear();
 }
 

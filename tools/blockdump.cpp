@@ -37,7 +37,7 @@ constexpr TagInfo kTags[] = {
     {0x10008, "class id", Shape::Leaf},   {0x10009, "vector2d", Shape::Leaf},
     {0x10010, "vector2f", Shape::Leaf},   {kSectionTag, "section", Shape::Section},
     {0xB00BBE, "object extra", Shape::Container},
-    {0xB00BBA, "document", Shape::Container},
+    {0xB00BBA, "unwritten objects", Shape::Container},
 };
 
 const TagInfo* findTag(uint32_t tag) {

@@ -9,6 +9,7 @@
 #include "core/kivclassid.h"
 #include "core/platformexception.h"
 #include "tools/blockdump.h"
+#include "tools/documentfile.h"
 #include "tools/graphfile.h"
 #include "tools/imagecard.h"
 #include "host/referencehost.h"
@@ -43,6 +44,10 @@ int runBlocks(const Arguments& args);
 int runCreate(const Arguments& args);
 int runConvert(const Arguments& args);
 int runImage(const Arguments& args);
+int runNew(const Arguments& args);
+int runTree(const Arguments& args);
+int runVerify(const Arguments& args);
+int runSample(const Arguments& args);
 
 const Command kCommands[] = {
     {"info", "[--library PATH]",
@@ -53,12 +58,28 @@ const Command kCommands[] = {
      "a sample object graph of N children (default 3) with a shared child and a cycle",
      runCreate},
     {"convert", "IN OUT [--version 9|10]",
-     "the object graph of IN written to OUT with 32-bit (9) or 64-bit (10, default) lengths",
+     "the object graph or document of IN written to OUT with 32-bit (9) or 64-bit (10, "
+     "default) lengths",
      runConvert},
     {"image", "OUT [--size WxH] [--channels 1-4] [--format F]",
      "a test card (gradients, grid, no text) saved as ppm, bmp, rgb, tif, png or jpg, by the "
      "extension of OUT or F",
      runImage},
+    {"new", "FILE [--name N] [--config XML]",
+     "a new empty document named N (default: the file's stem), with the properties that the "
+     "configuration file XML gives documents",
+     runNew},
+    {"tree", "FILE [--json]",
+     "the item tree of a document: names, classes, stored properties and data objects",
+     runTree},
+    {"verify", "FILE [--json]",
+     "reads a whole document; exit 0 if it is sound, 2 if damaged (with where the damage "
+     "starts and what could still be read)",
+     runVerify},
+    {"sample", "FILE [--config XML]",
+     "builds a small document, saves it to FILE, loads it back and undoes and redoes an edit, "
+     "telling each step",
+     runSample},
 };
 
 void printUsage(std::FILE* out) {
@@ -261,8 +282,18 @@ int runConvert(const Arguments& args) {
   std::error_code ignored;
   if (paths[0] == paths[1] || std::filesystem::equivalent(paths[0], paths[1], ignored))
     return usageError("convert: IN and OUT are the same file");
-  GraphFileResult result;
   std::string error;
+  if (isDocumentFile(paths[0])) {
+    int items = 0;
+    uint64_t bytes = 0;
+    if (!convertDocumentFile(paths[0], paths[1], fileVersion, &items, &bytes, &error))
+      return fail("convert: " + error);
+    std::printf("converted document %s to %s: %d items, %llu bytes, %s\n", paths[0].c_str(),
+                paths[1].c_str(), items, static_cast<unsigned long long>(bytes),
+                lengthsText(fileVersion).c_str());
+    return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+  }
+  GraphFileResult result;
   if (!convertGraphFile(paths[0], paths[1], fileVersion, &result, &error))
     return fail("convert: " + error);
   std::printf("converted %s to %s: %d objects, %llu bytes, %s\n", paths[0].c_str(),
@@ -326,6 +357,94 @@ int runImage(const Arguments& args) {
     return fail("image: " + error);
   std::printf("wrote %s: %ldx%ld, %ld channels, %s\n", written.c_str(), width, height, channels,
               format.c_str());
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+int runNew(const Arguments& args) {
+  std::string path, name, config;
+  bool named = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (arg == "--name" || arg == "--config") {
+      if (i + 1 == args.size())
+        return usageError("new: " + arg + " needs a value");
+      (arg == "--name" ? name : config) = args[++i];
+      named = named || arg == "--name";
+    } else if (arg.rfind("--", 0) == 0 || !path.empty()) {
+      return usageError("new: unknown argument '" + arg + "'");
+    } else {
+      path = arg;
+    }
+  }
+  if (path.empty())
+    return usageError("new: no file given");
+  if (!named)
+    name = std::filesystem::path(path).stem().string();
+  uint64_t bytes = 0;
+  std::string error;
+  if (!createDocumentFile(path, name, config, &bytes, &error))
+    return fail("new: " + error);
+  std::printf("created document \"%s\" in %s: %llu bytes\n", name.c_str(), path.c_str(),
+              static_cast<unsigned long long>(bytes));
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+// FILE [--json] of tree and verify.
+std::string parseFileAndJson(const Arguments& args, std::string* path, bool* json) {
+  for (const std::string& arg : args) {
+    if (arg == "--json")
+      *json = true;
+    else if (arg.rfind("--", 0) == 0 || !path->empty())
+      return "unknown argument '" + arg + "'";
+    else
+      *path = arg;
+  }
+  return path->empty() ? "no file given" : std::string();
+}
+
+// Exit 0 sound, 2 damaged (a report was printed), 1 unreadable.
+int runDocumentReport(const char* command, const Arguments& args,
+                      int (*report)(const std::string&, bool, std::FILE*, std::string*)) {
+  std::string path;
+  bool json = false;
+  std::string problem = parseFileAndJson(args, &path, &json);
+  if (!problem.empty())
+    return usageError(std::string(command) + ": " + problem);
+  std::string error;
+  const int status = report(path, json, stdout, &error);
+  if (std::fflush(stdout) != 0)
+    return fail("cannot write the output");
+  if (status == 1)
+    return fail(std::string(command) + ": " + error);
+  if (status != 0)
+    std::fprintf(stderr, "dmtool: %s: %s\n", command, error.c_str());
+  return status;
+}
+
+int runTree(const Arguments& args) { return runDocumentReport("tree", args, printDocumentTree); }
+
+int runVerify(const Arguments& args) {
+  return runDocumentReport("verify", args, verifyDocumentFile);
+}
+
+int runSample(const Arguments& args) {
+  std::string path, config;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--config") {
+      if (i + 1 == args.size())
+        return usageError("sample: --config needs a file");
+      config = args[++i];
+    } else if (args[i].rfind("--", 0) == 0 || !path.empty()) {
+      return usageError("sample: unknown argument '" + args[i] + "'");
+    } else {
+      path = args[i];
+    }
+  }
+  if (path.empty())
+    return usageError("sample: no file given");
+  std::string error;
+  if (!runDocumentSample(path, config, stdout, &error))
+    return fail("sample: " + error);
   return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
 }
 

@@ -61,6 +61,11 @@ private:
 };
 
 constexpr const char* kCancelledText = "cancelled by the user";
+} // namespace
+
+ReferenceHost* inProcessComponentHost(std::string* error) { return componentHost(error); }
+
+namespace {
 
 std::string classText(const KivClassId& id) {
   for (const KivClassRow& row : kClassTable)

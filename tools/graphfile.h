@@ -22,6 +22,12 @@
 #include <cstdint>
 #include <string>
 
+class ReferenceHost;
+
+// The in-process host behind this binary's copy of the component; null with
+// *error set if it could not start.
+ReferenceHost* inProcessComponentHost(std::string* error);
+
 struct GraphFileResult {
   int objects = 0;     // objects in the written graph, the top one included
   uint64_t bytes = 0;  // size of the written file
