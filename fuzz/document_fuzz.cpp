@@ -1,9 +1,13 @@
 // libFuzzer target: arbitrary bytes loaded as a document through
 // Document::load, behind the reference host with this binary's copy of the
 // component. A crash, a hang, a sanitizer report or an assertion is a
-// finding: a damaged file must only make load() give false.
+// finding: a damaged file must only make load() give false, or raise the
+// system's own failure: a stored value that breaks its property's rule (a
+// bounded number out of range) is refused by the property's set() while it
+// is read, and that failure is a PlatformException, not a crash.
 #include "core/kivptr.h"
 #include "core/lookup.h"
+#include "core/platformexception.h"
 #include "documents/document.h"
 #include "host/referencehost.h"
 #include "kivbasictypes/kivplatform.h"
@@ -46,7 +50,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   void* out = nullptr;
   getObject("IKivDocument", &out);
   IPtr<IKivDocument> document(static_cast<IKivDocument*>(out));
-  if (document)
+  if (!document)
+    return 0;
+  try {
     document->load(KivString(path.c_str()));
+  } catch (PlatformException* e) {
+    delete e;
+  }
   return 0;
 }
