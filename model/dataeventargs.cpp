@@ -15,10 +15,11 @@ void DataEventArgs::queryInterface(const char* name, void** out) {
     return;
   }
   *out = nullptr;
+  // The class table asks every new argument object for "IKivDataEventArgs":
+  // answered before the walk through the bases, none of which knows the name.
   if (kivAnswer(name, "DataEventArgs", this, out) ||
+      kivAnswer(name, "IKivDataEventArgs", static_cast<IKivDataEventArgs*>(this), out) ||
       kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(this), out))
     return;
   PropertyMap::queryInterface(name, out);
-  if (!*out)
-    kivAnswer(name, "IKivDataEventArgs", static_cast<IKivDataEventArgs*>(this), out);
 }
