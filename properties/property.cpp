@@ -238,5 +238,5 @@ void Property::refreshArgsAfter(IPtr<IKivDataEventArgs>& used, DataEventArgs* ma
   // As a fresh one from the class table: no entries, the flags its
   // constructor sets. Documentation lives outside the map.
   reusable->setFlags(kMapArgsFlag | kMapPropertyEvents);
-  reusable->removeAllProperties();
+  reusable->recycleEntries();
 }
