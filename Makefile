@@ -5,10 +5,14 @@ JOBS ?= $(shell nproc)
 export CCACHE_BASEDIR := $(CURDIR)
 export CCACHE_NOHASHDIR := 1
 
-.PHONY: run test deps build test-asan test-tsan bench fuzz clean
+.PHONY: run test deps bench-deps build test-asan test-tsan bench fuzz clean
 
 deps:
 	@./tools/install-deps.sh
+
+# Only for `make bench`: the libraries of the Qt and OCAF anchors.
+bench-deps:
+	@./tools/install-deps.sh qtbase5-dev libocct-ocaf-dev libocct-foundation-dev libtbb-dev
 
 build: deps
 	@cmake --preset default >/dev/null
@@ -35,7 +39,7 @@ test-tsan: deps
 	@cmake --build build-tsan -j $(JOBS)
 	cd build-tsan && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --output-on-failure -j $(JOBS)
 
-bench: deps
+bench: bench-deps
 	@cmake --preset bench >/dev/null
 	@cmake --build build-bench -j $(JOBS)
 	./build-bench/bench/dm_bench --benchmark_counters_tabular=true

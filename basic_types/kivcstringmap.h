@@ -96,6 +96,18 @@ public:
     return true;
   }
   bool remove(const KivString& key) { return tree_ && tree_->erase(key) > 0; }
+
+  // An entry taken out with its key and value, and put back: a map that is
+  // emptied and refilled over and over keeps its entries' memory this way.
+  using Node = typename Tree::node_type;
+  Node extract(iterator it) { return ensureTree().extract(it); }
+  // False, and the node left with the caller, when its key is already there.
+  bool insert(Node& node) {
+    auto result = ensureTree().insert(std::move(node));
+    if (!result.inserted)
+      node = std::move(result.node);
+    return result.inserted;
+  }
   void clear() {
     if (tree_)
       tree_->clear();

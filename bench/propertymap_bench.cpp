@@ -2,53 +2,20 @@
 // subscriber; one subscriber) against a std::map<std::string, int> assignment
 // and a std::function call; look-up of one of 50 properties by const char*
 // against std::map<std::string, ...>::find. Heap allocations per operation
-// are counted by interposing malloc and reported as allocs_per_op.
+// are counted by the binary's malloc counter and reported as allocs_per_op.
+#include "allocationcounter.h"
 #include "benchhost.h"
 #include "model/dataeventsubscriber.h"
 #include "properties/propertymap.h"
 
 #include <benchmark/benchmark.h>
 
-#include <atomic>
 #include <cstdio>
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
-// Counting malloc: every heap block of the process (operator new, the guarded
-// allocator, string buffers) passes here. Counting is off unless a benchmark
-// of this file switches it on, so other benchmarks pay one branch.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-extern "C" void* __libc_malloc(size_t);
-extern "C" void* __libc_calloc(size_t, size_t);
-extern "C" void* __libc_realloc(void*, size_t);
-extern "C" void __libc_free(void*);
-
-namespace {
-std::atomic<bool> gCounting{false};
-std::atomic<uint64_t> gAllocations{0};
-inline void countOne() {
-  if (gCounting.load(std::memory_order_relaxed))
-    gAllocations.fetch_add(1, std::memory_order_relaxed);
-}
-} // namespace
-
-extern "C" void* malloc(size_t n) {
-  countOne();
-  return __libc_malloc(n);
-}
-extern "C" void* calloc(size_t n, size_t size) {
-  countOne();
-  return __libc_calloc(n, size);
-}
-extern "C" void* realloc(void* p, size_t n) {
-  countOne();
-  return __libc_realloc(p, n);
-}
-extern "C" void free(void* p) { __libc_free(p); }
-#define DM_COUNTS_ALLOCATIONS 1
-#endif
 
 namespace {
 
@@ -56,19 +23,15 @@ namespace {
 class AllocationCount {
 public:
   AllocationCount() {
-#ifdef DM_COUNTS_ALLOCATIONS
-    start_ = gAllocations.load();
-    gCounting = true;
-#endif
+    start_ = allocationsSoFar();
+    countAllocations(true);
   }
   void report(benchmark::State& state) {
-#ifdef DM_COUNTS_ALLOCATIONS
-    gCounting = false;
-    const double n = static_cast<double>(gAllocations.load() - start_);
+    countAllocations(false);
+    if (!allocationsCounted())
+      return;
+    const double n = static_cast<double>(allocationsSoFar() - start_);
     state.counters["allocs_per_op"] = n / static_cast<double>(state.iterations());
-#else
-    (void)state;
-#endif
   }
 
 private:

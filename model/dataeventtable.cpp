@@ -5,8 +5,9 @@
 
 DataEventTable::DataEventTable(uint32_t) {}
 
+// The first event, a member, goes after the others; no event refers to
+// another, so the order is free.
 DataEventTable::~DataEventTable() {
-  delete first_.event;
   for (Entry& entry : more_)
     delete entry.event;
 }
@@ -14,12 +15,14 @@ DataEventTable::~DataEventTable() {
 DataEvent* DataEventTable::add(const KivCString& name) {
   if (DataEvent* event = find(name))
     return event;
+  if (!first_.event) {
+    firstEvent_.setName(name);
+    first_ = Entry{name, &firstEvent_};
+    return &firstEvent_;
+  }
   auto* event = new DataEvent;
   event->setName(name);
-  if (!first_.event)
-    first_ = Entry{name, event};
-  else
-    more_.push_back(Entry{name, event});
+  more_.push_back(Entry{name, event});
   return event;
 }
 

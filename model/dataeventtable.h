@@ -11,19 +11,20 @@
 // A source has one to a few events, so the names stand in a plain list
 // searched from the front: no hashing of the name on every subscription and
 // no bucket array to allocate. The first event is kept in the table itself,
-// as most sources have only that one. The bucket count of the constructor is
-// not needed and is ignored.
+// as most sources have only that one: its entry and the event object are
+// members, so a table with one event is one allocation. The bucket count of
+// the constructor is not needed and is ignored.
 //
 //===----------------------------------------------------------------------===//
 #pragma once
 
 #include "basic_types/map.h"  // nextPrime, for the bucket hint of the callers
 #include "kivbasictypes/kivcstring.h"
+#include "model/dataevent.h"
 
 #include <cstdint>
 #include <vector>
 
-class DataEvent;
 class IKivDataEventArgs;
 class IKivDataEventSource;
 class IKivEventSubscriber;
@@ -53,4 +54,6 @@ private:
   };
   Entry first_;
   std::vector<Entry> more_;
+  // The event of first_ once it is set; goes with the table.
+  DataEvent firstEvent_;
 };

@@ -38,11 +38,18 @@ Property::Property(bool readOnly, bool events) : readOnly_(readOnly ? 1 : 0) {
     switchEventsOn();
 }
 
+thread_local bool Property::silentCopy_ = false;
+
 // A source with lazy events counts as one with an argument object: it gets
-// one whenever it needs it.
+// one whenever it needs it. Bases are built before members, so a silent
+// copy is used up by the outermost copy, not by copies of values it holds.
 Property::Property(const Property& other)
     : DataEventSource(other), IKivProperty(other), IKivWriteable(other),
       readOnly_(other.readOnly_), name_(other.name_) {
+  if (silentCopy_) {
+    silentCopy_ = false;
+    return;
+  }
   if (other.args_ || other.argsPending_)
     switchEventsOn();
 }
@@ -231,5 +238,5 @@ void Property::refreshArgsAfter(IPtr<IKivDataEventArgs>& used, DataEventArgs* ma
   // As a fresh one from the class table: no entries, the flags its
   // constructor sets. Documentation lives outside the map.
   reusable->setFlags(kMapArgsFlag | kMapPropertyEvents);
-  reusable->removeAllProperties();
+  reusable->recycleEntries();
 }

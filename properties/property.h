@@ -91,6 +91,19 @@ public:
   bool isPersistent() override { return persistent_ != 0; }
 
   void setReadOnly(bool readOnly) { readOnly_ = readOnly ? 1 : 0; }
+
+  // While one lives, the next copy of a property made on this thread starts
+  // with events off and fetches no argument object; copies made inside that
+  // copy (of values it holds) are ordinary. For copies nobody can reach,
+  // which would give their events up at once: the pictures of undo records.
+  // A clone that isn't a copy leaves the scope armed; the end disarms it.
+  class SilentCopy {
+  public:
+    SilentCopy() { silentCopy_ = true; }
+    ~SilentCopy() { silentCopy_ = false; }
+    SilentCopy(const SilentCopy&) = delete;
+    SilentCopy& operator=(const SilentCopy&) = delete;
+  };
   // The argument object of the next firing; null when events are off. A
   // property with lazy events fetches it here.
   IKivDataEventArgs* eventArgs() const;
@@ -138,6 +151,8 @@ protected:
 private:
   void switchEventsOn();
   void switchEventsOff();
+
+  static thread_local bool silentCopy_;
   // The table, built on first need; null with events off.
   DataEventTable* eventTable();
   // Drops any argument object and fetches a new one; false if none can be

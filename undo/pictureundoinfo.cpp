@@ -3,6 +3,7 @@
 
 #include "core/kivptr.h"
 #include "model/dataobject.h"
+#include "properties/property.h"
 #include "properties/propertymap.h"
 
 PictureUndoInfo::PictureUndoInfo(DataObject* object) : object_(object) {
@@ -18,11 +19,34 @@ PictureUndoInfo::~PictureUndoInfo() {
   freePictures();
 }
 
+namespace {
+
+// A picture is a plain PropertyMap; this only reaches its entries to fill
+// them with copies made without events.
+class Picture : public PropertyMap {
+public:
+  // As copyFrom into an empty map, each copy silent from the start.
+  void copySilentlyFrom(const PropertyMap& other) {
+    flags_ = other.flags();
+    for (const auto& [key, property] : other.properties()) {
+      IPtr<IKivProperty> copy;
+      {
+        Property::SilentCopy silent;
+        copy = property->clone();
+      }
+      properties_[key] = copy;
+    }
+  }
+};
+
+} // namespace
+
 PropertyMap* PictureUndoInfo::pictureOf(DataObject* object) {
-  auto* picture = new PropertyMap;
-  picture->copyFrom(*object);
-  // Nobody ever subscribes to a picture: its copies give up their events
-  // and the argument objects that come with them.
+  auto* picture = new Picture;
+  // Nobody ever subscribes to a picture: its copies have no events and no
+  // argument objects. A copy that isn't silent (a clone built another way)
+  // gives them up here.
+  picture->copySilentlyFrom(*object);
   for (const auto& entry : picture->properties())
     entry.second->enableEvents(false);
   return picture;
