@@ -1,6 +1,7 @@
 //===- document.cpp - What a user opens, edits and saves ------------------===//
 #include "documents/document.h"
 
+#include "base/basic/kivimage.h"
 #include "core/classids.h"
 #include "core/classwalk.h"
 #include "core/lookup.h"
@@ -393,8 +394,14 @@ bool Document::loadKV(const KivString& path, const KivString& imagePath) {
   return readOpened(reader);
 }
 
-// Images are not part of this build yet: the preview is left unread, and
-// endBlock() of its inner block steps over it. This is the one place that
-// reads the stored image and saves it to `imagePath` (no format named,
-// quality 100) once the image classes exist.
-void Document::readPreviewImage(KivFileRead&, const KivString&) {}
+// The preview is an image in its stored form; it goes to `imagePath` with no
+// format named (the extension decides) and quality 100. Whether it could be
+// read or saved doesn't change the load: endBlock() of the inner block steps
+// over whatever the image left unread.
+void Document::readPreviewImage(KivFileRead& reader, const KivString& imagePath) {
+  if (!reader.stream())
+    return;
+  IPtr<KivImage> image(new KivImage);
+  image->read(*reader.stream());
+  image->save(imagePath, nullptr, false, 100);
+}

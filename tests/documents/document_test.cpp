@@ -1,5 +1,7 @@
 //===- document_test.cpp - Document: update blocks, listeners, save and load --===//
 #include "documentsupport.h"
+#include "base/basic/kivimage.h"
+#include "kivbasictypes/binstreams.h"
 
 #include "kivbasictypes/kivfile.h"
 #include "properties/objectproperty.h"
@@ -7,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 
 namespace {
@@ -266,6 +269,40 @@ TEST(Document, SecondFormSkipsItsHeader) {
   EXPECT_EQ(failure([&] { document->loadKV(second.kiv(), KivString()); }),
             err("Document::loadKV", "Invalid file header."));
   EXPECT_FALSE(document->inUpdate());
+}
+
+TEST(Document, SecondFormSavesItsPreviewImage) {
+  TempPath plain(".kiv"), second(".kv"), preview(".ppm");
+  ASSERT_TRUE(sampleDocument()->save(plain.kiv()));
+  std::vector<uint8_t> body = fileBytes(plain.path);
+  const std::vector<uint8_t> section(body.begin() + 12, body.end());
+  // A 2 x 1 RGB image in its stored form, with the 64-bit lengths of the file.
+  IPtr<KivImage> image(new KivImage(2, 1, 3));
+  const uint8_t pixels[] = {1, 2, 3, 250, 251, 252};
+  std::memcpy(image->row(0), pixels, sizeof pixels);
+  MemoryOutput stored;
+  stored.setFileVersion(10);
+  ASSERT_TRUE(image->write(stored));
+  stored.flush();
+  Bytes8 header;
+  header.raw({0x00, 0x12, 0x34, 0x00}).u64(16).u32(0xABCDEF01);
+  header.raw({0x00, 0x12, 0x35, 0x01}).u64(12 + 1 + stored.bytes().size()).raw({0x01});
+  header.bytes.insert(header.bytes.end(), stored.bytes().begin(), stored.bytes().end());
+  Bytes8 f;
+  f.raw({0x54, 0x4F, 0x56, 0x01}).u64(12 + 12 + header.bytes.size() + section.size());
+  f.raw({0x00, 0x99, 0x99, 0x01}).u64(12 + header.bytes.size());
+  f.bytes.insert(f.bytes.end(), header.bytes.begin(), header.bytes.end());
+  f.bytes.insert(f.bytes.end(), section.begin(), section.end());
+  writeFile(second.path, f.bytes);
+
+  IPtr<Document> document = newDocument();
+  EXPECT_TRUE(document->loadKV(second.kiv(), preview.kiv()));
+  EXPECT_EQ(shape(asItem(document->getRootItem())), "(G(a b) c)");
+  const std::vector<uint8_t> written = fileBytes(preview.path);
+  ASSERT_GE(written.size(), 8u);
+  EXPECT_EQ(std::string(written.begin(), written.begin() + 2), "P6");
+  EXPECT_EQ(std::vector<uint8_t>(written.end() - 6, written.end()),
+            std::vector<uint8_t>(std::begin(pixels), std::end(pixels)));
 }
 
 TEST(Document, ClosingTellsListenersThatMayLeave) {
