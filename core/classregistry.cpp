@@ -14,17 +14,22 @@
 #include "documents/documentlistener.h"
 #include "documents/documentmanager.h"
 #include "documents/documentmanagerlistener.h"
+#include "documents/platformbuildinfo.h"
 #include "kivbasictypes/kivcstring.h"
 #include "kivbasictypes/writequeue.h"
 #include "model/dataevent.h"
 #include "model/dataeventargs.h"
 #include "model/database.h"
+#include "model/databaseutil.h"
+#include "model/datastorevalue.h"
+#include "model/duplicate.h"
 #include "model/dataobject.h"
 #include "model/dataobjectarraylistener.h"
 #include "model/dataobjectinstance.h"
 #include "model/dynamicdataobject.h"
 #include "model/internaldataobject.h"
 #include "model/opaquedata.h"
+#include "model/appproxymanager.h"
 #include "model/compositemodifier.h"
 #include "model/modifier.h"
 #include "model/modifierjobqueue.h"
@@ -41,6 +46,7 @@
 #include "properties/kivboundsproperty.h"
 #include "properties/kivcolorproperty.h"
 #include "properties/kivmaterialproperty.h"
+#include "properties/kivpythontypeconversionservice.h"
 #include "properties/objectproperty.h"
 #include "properties/propertymap.h"
 #include "properties/stringproperty.h"
@@ -141,6 +147,13 @@ const BuiltClass kBuiltClasses[] = {
     {"DocumentListener", &newInstanceFactory<DocumentListener>},
     {"DocumentManager", &singletonFactory<DocumentManager>},
     {"DocumentManagerListener", &newInstanceFactory<DocumentManagerListener>},
+    {"DatabaseUtil", &newInstanceFactory<DatabaseUtil>},
+    {"Duplicate", &newInstanceFactory<Duplicate>},
+    {"GetDataStoreValue", &newInstanceFactory<GetDataStoreValue>},
+    {"SetDataStoreValue", &newInstanceFactory<SetDataStoreValue>},
+    {"AppProxyManager", &singletonFactory<AppProxyManager>},
+    {"KivPythonTypeConversionService", &singletonFactory<KivPythonTypeConversionService>},
+    {"PlatformBuildInfo", &newInstanceFactory<PlatformBuildInfo>},
 };
 
 const BuiltClass* builtClass(const char* name) {

@@ -652,3 +652,42 @@ int64_t Database::nextActionId() {
   Lock lock(lock_);
   return nextActionId_;
 }
+
+// --- Walks for reports -------------------------------------------------------
+
+void Database::eachDataObject(const std::function<void(DataObject*)>& visit) {
+  Map<int64_t, DataObject*>::Iterator it(dataObjects_);
+  for (bool more = it.first(); more; more = it.next())
+    visit(it.value());
+}
+
+void Database::eachRelationship(const std::function<void(IKivRelationship*)>& visit) {
+  Map<int64_t, IKivRelationship*>::Iterator it(relationships_);
+  for (bool more = it.first(); more; more = it.next())
+    visit(it.value());
+}
+
+void Database::eachAction(const std::function<void(Action*)>& visit) {
+  Map<int64_t, Action*>::Iterator it(actions_);
+  for (bool more = it.first(); more; more = it.next())
+    visit(it.value());
+}
+
+void Database::eachClassAction(
+    const std::function<void(int64_t, int64_t, const KivCString&, const KivCString&)>& visit) {
+  Map<int64_t, ClassAction*>::Iterator it(classActions_);
+  for (bool more = it.first(); more; more = it.next()) {
+    const ClassAction* rule = it.value();
+    visit(rule->id, rule->actionId, rule->parentClass, rule->childClass);
+  }
+}
+
+void Database::eachBinding(
+    const std::function<void(IKivRelationship*, Action*, const KivCString&)>& visit) {
+  Map<IKivRelationship*, ActionBinding*>::Iterator it(bindings_);
+  for (bool more = it.first(); more; more = it.next()) {
+    const ActionBinding* binding = it.value();
+    for (int32_t i = 1; i <= binding->actions.count(); ++i)
+      visit(it.key(), binding->actions.at(i), binding->eventNames.at(i));
+  }
+}
