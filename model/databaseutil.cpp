@@ -6,6 +6,7 @@
 #include "core/classwalk.h"
 #include "core/kivptr.h"
 #include "core/lookup.h"
+#include "core/platformexception.h"
 #include "kivbasictypes/ikivdatamodelreader.h"
 #include "kivbasictypes/kivcstring.h"
 #include "kivbasictypes/kivstring.h"
@@ -270,8 +271,17 @@ bool DatabaseUtil::write(IKivDataModelWriter* writer) {
   bool result = true;
   if (database)
     database->eachDataObject([&](DataObject* object) {
-      if (auto* writeable = kivQuery<IKivWriteable>(object, "IKivWriteable"))
+      auto* writeable = kivQuery<IKivWriteable>(object, "IKivWriteable");
+      if (!writeable)
+        return;
+      // A class that refuses to be stored throws; that is one failed write
+      // and must not keep the others from being written.
+      try {
         result = writeable->write(writer) && result;
+      } catch (PlatformException* e) {
+        delete e;
+        result = false;
+      }
     });
   return result;
 }

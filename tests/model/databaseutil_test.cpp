@@ -250,4 +250,65 @@ TEST_F(DatabaseUtilTest, LeakReportNamesWhatIsRegistered) {
   EXPECT_EQ(report.size() - report.rfind(relationships), relationships.size());
 }
 
+constexpr KivClassId kUnknownClass =
+    makeClassId(0x0BADF00D, 0x1, 0x2, 0x3, 0x4, 0x5, 0x6, 0x7, 0x8, 0x9, 0xA);
+
+class UnknownClass : public DynamicDataObject {
+public:
+  const KivClassId* classId() override { return &kUnknownClass; }
+};
+
+// A class that refuses to be stored, as every DataObject class without an
+// identifier of its own does.
+class Unstorable : public DynamicDataObject {
+public:
+  const char* className() const override { return "Unstorable"; }
+  const KivClassId* classId() override { return DataObject::classId(); }
+};
+
+TEST_F(DatabaseUtilTest, StreamsObjectsWithoutADocument) {
+  struct Case {
+    const char* what;
+    std::vector<std::string> sections;  // "dynamic" or "unknown", in order
+    bool result;
+    int64_t created;  // objects the read made
+  };
+  const Case cases[] = {
+      {"empty stream", {}, true, 0},
+      {"two objects", {"dynamic", "dynamic"}, true, 2},
+      {"unknown class stops the loop", {"dynamic", "unknown", "dynamic"}, false, 1},
+  };
+  for (const Case& test : cases) {
+    std::vector<IPtr<DynamicDataObject>> objects;
+    for (const std::string& kind : test.sections)
+      objects.push_back(kind == "dynamic" ? IPtr<DynamicDataObject>(new DynamicDataObject)
+                                          : IPtr<DynamicDataObject>(new UnknownClass));
+    Bytes file = fileOf([&](KivFileWrite& w) {
+      for (auto& object : objects)
+        object->write(&w);
+    });
+    objects.clear();
+    FileReader in(file);
+    ASSERT_TRUE(in.rootOk);
+    const int64_t before = db()->nextDataObjectId();
+    EXPECT_EQ(util.read(&in.reader), test.result) << test.what;
+    EXPECT_EQ(db()->nextDataObjectId() - before, test.created) << test.what;
+  }
+
+  // Writing goes over every registered object; one that refuses doesn't
+  // stop the others, and the result is false.
+  IPtr<DynamicDataObject> kept = makeObject<DynamicDataObject>("zq-kept-object");
+  IPtr<Unstorable> refusing(new Unstorable);
+  bool written = true;
+  Bytes file = fileOf([&](KivFileWrite& w) { written = util.write(&w); });
+  EXPECT_FALSE(written);
+  const std::string bytes(file.begin(), file.end());
+  std::string wide;
+  for (char c : std::string("zq-kept-object")) {
+    wide += '\0';  // the file's units are big-endian
+    wide += c;
+  }
+  EXPECT_NE(bytes.find(wide), std::string::npos);
+}
+
 } // namespace
