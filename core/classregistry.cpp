@@ -51,6 +51,7 @@
 #include "undo/undomanagerlistener.h"
 #include "properties/imageproperty.h"
 #include "properties/arrayproperties.h"
+#include "properties/dataobjectarrayproperty.h"
 #include "properties/orientedtriangle.h"
 
 namespace {
@@ -136,6 +137,7 @@ const BuiltClass kBuiltClasses[] = {
     {"UndoManagerListener", &newInstanceFactory<UndoManagerListener>},
     {"ImageProperty", &newInstanceFactory<ImageProperty>},
     {"DataObjectArray", &newInstanceFactory<DataObjectArray>},
+    {"DataObjectArrayProperty", &newInstanceFactory<DataObjectArrayProperty>},
     {"Document", &newInstanceFactory<Document>},
     {"DocumentItem", &newInstanceFactory<DocumentItem>},
     {"DocumentData", &newInstanceFactory<DocumentData>},
