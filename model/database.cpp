@@ -597,9 +597,15 @@ void Database::objectsOfScriptClass(const char* name, IterStack<DataObject*>& ou
       out.push(it.value());
 }
 
-// The array class of the collections isn't part of this build yet; the list
-// form above gives the same objects.
-DataObjectArray* Database::objectsOfScriptClass(const char*) { return nullptr; }
+// A new array, no reference taken: the caller owns it.
+DataObjectArray* Database::objectsOfScriptClass(const char* name) {
+  IterStack<DataObject*> found;
+  objectsOfScriptClass(name, found);
+  auto* array = new DataObjectArray;
+  for (int32_t i = 1; i <= found.count(); ++i)
+    array->append(found.at(i));
+  return array;
+}
 
 RelationshipIter* Database::relationshipIterNamed(IKivDataObject* parent, const KivString& name) {
   return new RelationshipIter(relationshipsNamed(parent, name));
