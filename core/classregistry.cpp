@@ -14,17 +14,22 @@
 #include "documents/documentlistener.h"
 #include "documents/documentmanager.h"
 #include "documents/documentmanagerlistener.h"
+#include "documents/platformbuildinfo.h"
 #include "kivbasictypes/kivcstring.h"
 #include "kivbasictypes/writequeue.h"
 #include "model/dataevent.h"
 #include "model/dataeventargs.h"
 #include "model/database.h"
+#include "model/databaseutil.h"
+#include "model/datastorevalue.h"
+#include "model/duplicate.h"
 #include "model/dataobject.h"
 #include "model/dataobjectarraylistener.h"
 #include "model/dataobjectinstance.h"
 #include "model/dynamicdataobject.h"
 #include "model/internaldataobject.h"
 #include "model/opaquedata.h"
+#include "model/appproxymanager.h"
 #include "model/compositemodifier.h"
 #include "model/modifier.h"
 #include "model/modifierjobqueue.h"
@@ -41,6 +46,7 @@
 #include "properties/kivboundsproperty.h"
 #include "properties/kivcolorproperty.h"
 #include "properties/kivmaterialproperty.h"
+#include "properties/kivpythontypeconversionservice.h"
 #include "properties/objectproperty.h"
 #include "properties/propertymap.h"
 #include "properties/stringproperty.h"
@@ -50,6 +56,9 @@
 #include "undo/undomanager.h"
 #include "undo/undomanagerlistener.h"
 #include "properties/imageproperty.h"
+#include "properties/arrayproperties.h"
+#include "properties/dataobjectarrayproperty.h"
+#include "properties/orientedtriangle.h"
 
 namespace {
 
@@ -134,6 +143,7 @@ const BuiltClass kBuiltClasses[] = {
     {"UndoManagerListener", &newInstanceFactory<UndoManagerListener>},
     {"ImageProperty", &newInstanceFactory<ImageProperty>},
     {"DataObjectArray", &newInstanceFactory<DataObjectArray>},
+    {"DataObjectArrayProperty", &newInstanceFactory<DataObjectArrayProperty>},
     {"Document", &newInstanceFactory<Document>},
     {"DocumentItem", &newInstanceFactory<DocumentItem>},
     {"DocumentData", &newInstanceFactory<DocumentData>},
@@ -141,6 +151,43 @@ const BuiltClass kBuiltClasses[] = {
     {"DocumentListener", &newInstanceFactory<DocumentListener>},
     {"DocumentManager", &singletonFactory<DocumentManager>},
     {"DocumentManagerListener", &newInstanceFactory<DocumentManagerListener>},
+    {"DatabaseUtil", &newInstanceFactory<DatabaseUtil>},
+    {"Duplicate", &newInstanceFactory<Duplicate>},
+    {"GetDataStoreValue", &newInstanceFactory<GetDataStoreValue>},
+    {"SetDataStoreValue", &newInstanceFactory<SetDataStoreValue>},
+    {"AppProxyManager", &singletonFactory<AppProxyManager>},
+    {"KivPythonTypeConversionService", &singletonFactory<KivPythonTypeConversionService>},
+    {"PlatformBuildInfo", &newInstanceFactory<PlatformBuildInfo>},
+    {"IntArray", &newInstanceFactory<IntArray>},
+    {"IntArrayProperty", &newInstanceFactory<IntArrayProperty>},
+    {"ByteArray", &newInstanceFactory<ByteArray>},
+    {"ByteArrayProperty", &newInstanceFactory<ByteArrayProperty>},
+    {"DoubleArray", &newInstanceFactory<DoubleArray>},
+    {"DoubleArrayProperty", &newInstanceFactory<DoubleArrayProperty>},
+    {"DoubleArray2D", &newInstanceFactory<DoubleArray2D>},
+    {"DoubleArray2DProperty", &newInstanceFactory<DoubleArray2DProperty>},
+    {"StringArray", &newInstanceFactory<StringArray>},
+    {"StringArrayProperty", &newInstanceFactory<StringArrayProperty>},
+    {"ColorArray", &newInstanceFactory<ColorArray>},
+    {"ColorArrayProperty", &newInstanceFactory<ColorArrayProperty>},
+    {"Vector2DArray", &newInstanceFactory<Vector2DArray>},
+    {"Vector2DArrayProperty", &newInstanceFactory<Vector2DArrayProperty>},
+    {"Vector2FArray", &newInstanceFactory<Vector2FArray>},
+    {"Vector2FArrayProperty", &newInstanceFactory<Vector2FArrayProperty>},
+    {"Vector3DArray", &newInstanceFactory<Vector3DArray>},
+    {"Vector3DArrayProperty", &newInstanceFactory<Vector3DArrayProperty>},
+    {"Vector3DArray2D", &newInstanceFactory<Vector3DArray2D>},
+    {"Vector3DArray2DProperty", &newInstanceFactory<Vector3DArray2DProperty>},
+    {"Transform3DArray", &newInstanceFactory<Transform3DArray>},
+    {"Transform3DArrayProperty", &newInstanceFactory<Transform3DArrayProperty>},
+    {"ImageArray", &newInstanceFactory<ImageArray>},
+    {"ImageArrayProperty", &newInstanceFactory<ImageArrayProperty>},
+    {"OrientedTriangle", &newInstanceFactory<OrientedTriangle>},
+    {"OrientedTriangleProperty", &newInstanceFactory<OrientedTriangleProperty>},
+    {"OrientedTriangleStack", &newInstanceFactory<OrientedTriangleStack>},
+    {"OrientedTriangleStackProperty", &newInstanceFactory<OrientedTriangleStackProperty>},
+    {"OrientedTriangleStackList", &newInstanceFactory<OrientedTriangleStackList>},
+    {"OrientedTriangleStackListProperty", &newInstanceFactory<OrientedTriangleStackListProperty>},
 };
 
 const BuiltClass* builtClass(const char* name) {

@@ -772,7 +772,7 @@ void BitVector::compressComplement(const BitVector& mask) {
     clearRange(d, lastBit_);
 }
 
-void BitVector::renumber(const IntArray& map) {
+void BitVector::renumber(const IntMMArray& map) {
   int32_t lastTarget = 1;
   const int64_t limit = std::min<int64_t>(map.count(), int64_t{lastBit_} + 1);
   for (int32_t i = 0; i < limit; ++i) {
@@ -810,7 +810,7 @@ private:
 
 } // namespace
 
-void BitVector::permute(const IntArray& order) {
+void BitVector::permute(const IntMMArray& order) {
   int32_t last = -1;
   for (int32_t i = order.count() - 1; i >= 0; --i) {
     if (order.get(i) != 0) {
@@ -840,7 +840,7 @@ void BitVector::shiftUp(int32_t n) {
 // ---- mapped forms -----------------------------------------------------------
 
 template <class Walk>
-void BitVector::walkMap(const IntArray& map, Walk walk) const {
+void BitVector::walkMap(const IntMMArray& map, Walk walk) const {
   const int32_t per = KivMM::Splitter<int>::kBlockElements;
   const int32_t n = map.count();
   for (int32_t p = 0; p < n; ++p) {
@@ -855,31 +855,31 @@ void BitVector::walkMap(const IntArray& map, Walk walk) const {
   }
 }
 
-void BitVector::assignMapped(const BitVector& other, const IntArray& map) {
+void BitVector::assignMapped(const BitVector& other, const IntMMArray& map) {
   walkMap(map, [&](int32_t p, int32_t q) { set(q, other.get(p)); });
 }
 
-void BitVector::assignMapped(const BlockBitVector& other, const IntArray& map) {
+void BitVector::assignMapped(const BlockBitVector& other, const IntMMArray& map) {
   walkMap(map, [&](int32_t p, int32_t q) { set(q, other.get(p)); });
 }
 
-void BitVector::andMapped(const BitVector& other, const IntArray& map) {
+void BitVector::andMapped(const BitVector& other, const IntMMArray& map) {
   walkMap(map, [&](int32_t p, int32_t q) { set(q, get(q) && other.get(p)); });
 }
 
-void BitVector::orMapped(const BitVector& other, const IntArray& map) {
+void BitVector::orMapped(const BitVector& other, const IntMMArray& map) {
   walkMap(map, [&](int32_t p, int32_t q) { set(q, get(q) || other.get(p)); });
 }
 
-void BitVector::subtractMapped(const BitVector& other, const IntArray& map) {
+void BitVector::subtractMapped(const BitVector& other, const IntMMArray& map) {
   walkMap(map, [&](int32_t p, int32_t q) { set(q, get(q) && !other.get(p)); });
 }
 
-void BitVector::xorMapped(const BitVector& other, const IntArray& map) {
+void BitVector::xorMapped(const BitVector& other, const IntMMArray& map) {
   walkMap(map, [&](int32_t p, int32_t q) { set(q, get(q) != other.get(p)); });
 }
 
-void BitVector::flipMapped(const IntArray& map) {
+void BitVector::flipMapped(const IntMMArray& map) {
   walkMap(map, [&](int32_t, int32_t q) { set(q, !get(q)); });
 }
 

@@ -30,7 +30,8 @@ class BlockBitVector;
 class IKivRandom;
 
 using BitWords = KivMM::Array<unsigned, KivMM::BitVectorSplitter>;
-using IntArray = KivMM::Array<int, KivMM::Splitter<int>>;
+// A map of ints by position (IntArray is the collection class).
+using IntMMArray = KivMM::Array<int, KivMM::Splitter<int>>;
 
 class BitVector : public KivObject {
 public:
@@ -133,17 +134,17 @@ public:
   void split(int32_t parts, int32_t* firsts, int32_t* counts) const;
   void compress(const BitVector& mask);
   void compressComplement(const BitVector& mask);
-  void renumber(const IntArray& map);
-  void permute(const IntArray& order);
+  void renumber(const IntMMArray& map);
+  void permute(const IntMMArray& order);
   void shiftUp(int32_t n);
 
-  void assignMapped(const BitVector& other, const IntArray& map);
-  void assignMapped(const BlockBitVector& other, const IntArray& map);
-  void andMapped(const BitVector& other, const IntArray& map);
-  void orMapped(const BitVector& other, const IntArray& map);
-  void subtractMapped(const BitVector& other, const IntArray& map);
-  void xorMapped(const BitVector& other, const IntArray& map);
-  void flipMapped(const IntArray& map);
+  void assignMapped(const BitVector& other, const IntMMArray& map);
+  void assignMapped(const BlockBitVector& other, const IntMMArray& map);
+  void andMapped(const BitVector& other, const IntMMArray& map);
+  void orMapped(const BitVector& other, const IntMMArray& map);
+  void subtractMapped(const BitVector& other, const IntMMArray& map);
+  void xorMapped(const BitVector& other, const IntMMArray& map);
+  void flipMapped(const IntMMArray& map);
 
   void print(std::ostream& os) const;
   void print() const;
@@ -163,7 +164,7 @@ private:
   void freeStorage();
   void copyStorageFrom(const BitVector& other);
   template <class Walk>
-  void walkMap(const IntArray& map, Walk walk) const;
+  void walkMap(const IntMMArray& map, Walk walk) const;
   void flipRange(int32_t from, int32_t to);
 
   uint32_t* bvwords_ = nullptr;

@@ -670,7 +670,7 @@ void BlockBitVector::subtract(const BitVector& other) {
     combine(other, Op::AndNot);
 }
 
-void BlockBitVector::renumber(const IntArray& map) {
+void BlockBitVector::renumber(const IntMMArray& map) {
   int32_t lastTarget = 1;
   const int64_t limit = std::min<int64_t>(map.count(), int64_t{lastBit()} + 1);
   for (int32_t i = 0; i < limit; ++i) {

@@ -58,7 +58,7 @@ public:
   BlockBitVector& operator|=(const BitVector& other);
   BlockBitVector& operator^=(const BitVector& other);
   void subtract(const BitVector& other);
-  void renumber(const IntArray& map);
+  void renumber(const IntMMArray& map);
 
   bool read(BinInput& in);
   bool write(BinOutput& out) const;

@@ -597,9 +597,15 @@ void Database::objectsOfScriptClass(const char* name, IterStack<DataObject*>& ou
       out.push(it.value());
 }
 
-// The array class of the collections isn't part of this build yet; the list
-// form above gives the same objects.
-DataObjectArray* Database::objectsOfScriptClass(const char*) { return nullptr; }
+// A new array, no reference taken: the caller owns it.
+DataObjectArray* Database::objectsOfScriptClass(const char* name) {
+  IterStack<DataObject*> found;
+  objectsOfScriptClass(name, found);
+  auto* array = new DataObjectArray;
+  for (int32_t i = 1; i <= found.count(); ++i)
+    array->append(found.at(i));
+  return array;
+}
 
 RelationshipIter* Database::relationshipIterNamed(IKivDataObject* parent, const KivString& name) {
   return new RelationshipIter(relationshipsNamed(parent, name));
@@ -651,4 +657,43 @@ int64_t Database::nextRelationshipId() {
 int64_t Database::nextActionId() {
   Lock lock(lock_);
   return nextActionId_;
+}
+
+// --- Walks for reports -------------------------------------------------------
+
+void Database::eachDataObject(const std::function<void(DataObject*)>& visit) {
+  Map<int64_t, DataObject*>::Iterator it(dataObjects_);
+  for (bool more = it.first(); more; more = it.next())
+    visit(it.value());
+}
+
+void Database::eachRelationship(const std::function<void(IKivRelationship*)>& visit) {
+  Map<int64_t, IKivRelationship*>::Iterator it(relationships_);
+  for (bool more = it.first(); more; more = it.next())
+    visit(it.value());
+}
+
+void Database::eachAction(const std::function<void(Action*)>& visit) {
+  Map<int64_t, Action*>::Iterator it(actions_);
+  for (bool more = it.first(); more; more = it.next())
+    visit(it.value());
+}
+
+void Database::eachClassAction(
+    const std::function<void(int64_t, int64_t, const KivCString&, const KivCString&)>& visit) {
+  Map<int64_t, ClassAction*>::Iterator it(classActions_);
+  for (bool more = it.first(); more; more = it.next()) {
+    const ClassAction* rule = it.value();
+    visit(rule->id, rule->actionId, rule->parentClass, rule->childClass);
+  }
+}
+
+void Database::eachBinding(
+    const std::function<void(IKivRelationship*, Action*, const KivCString&)>& visit) {
+  Map<IKivRelationship*, ActionBinding*>::Iterator it(bindings_);
+  for (bool more = it.first(); more; more = it.next()) {
+    const ActionBinding* binding = it.value();
+    for (int32_t i = 1; i <= binding->actions.count(); ++i)
+      visit(it.key(), binding->actions.at(i), binding->eventNames.at(i));
+  }
 }

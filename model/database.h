@@ -28,6 +28,7 @@
 #include "properties/propertymap.h"
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 
 class ActionIter;
@@ -119,6 +120,21 @@ public:
   int64_t nextDataObjectId();
   int64_t nextRelationshipId();
   int64_t nextActionId();
+
+  // Read-only walks of each table in its own hash order, for reports. They
+  // take no lock: a caller that needs the tables to hold still takes
+  // tableLock() itself.
+  std::recursive_mutex& tableLock() { return lock_; }
+  void eachDataObject(const std::function<void(DataObject*)>& visit);
+  void eachRelationship(const std::function<void(IKivRelationship*)>& visit);
+  void eachAction(const std::function<void(Action*)>& visit);
+  // Class-wide rules: their own id, the id of the action, the class names.
+  void eachClassAction(const std::function<void(int64_t id, int64_t actionId,
+                                                const KivCString& parentClass,
+                                                const KivCString& childClass)>& visit);
+  // Every binding of every relationship, in binding order.
+  void eachBinding(const std::function<void(IKivRelationship* relationship, Action* action,
+                                            const KivCString& event)>& visit);
 
 private:
   struct ClassAction;

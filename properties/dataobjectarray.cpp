@@ -6,41 +6,30 @@
 #include "model/dataobjectarraylistener.h"
 
 DataObjectArray::DataObjectArray(const DataObjectArray& other)
-    : IKivUnknown(other), Primitive(other), IKivDataObjectArray(other),
+    : IKivUnknown(other), Collection(other), IKivDataObjectArray(other),
       elements_(other.elements_) {}
 
 void DataObjectArray::queryInterface(const char* name, void** out) {
   if (!name) {
     KivClassWalk* walk = kivWalkOf(out);
     kivWalkClass(walk, kClassName);
-    Primitive::queryInterface(nullptr, out);
+    Collection::queryInterface(nullptr, out);
     kivWalkEnd(walk);
     kivWalkInterface(walk, "IKivDataObjectArray");
     return;
   }
   *out = nullptr;
   if (kivAnswer(name, kClassName, this, out) ||
-      kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(static_cast<Primitive*>(this)),
+      kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(static_cast<Collection*>(this)),
                 out) ||
       kivAnswer(name, "IKivDataObjectArray", static_cast<IKivDataObjectArray*>(this), out))
     return;
-  Primitive::queryInterface(name, out);
+  Collection::queryInterface(name, out);
 }
 
-void DataObjectArray::checkIndex(int index, int limit) const {
-  if (index < 0 || index >= limit)
-    throwClassError("Collection", "Invalid index");
-}
-
-void DataObjectArray::checkWritable() const {
-  if (isReadOnly())
-    throwClassError("Collection", "Collection is readonly");
-}
-
-void DataObjectArray::checkResizable() const {
-  checkWritable();
-  if (isFixedSize())
-    throwClassError("Collection", "Collection has a fixed size");
+// The index in its inside form against 1 to `limit`.
+void DataObjectArray::checkZeroBased(int index, int limit) const {
+  checkIndex(ZeroToOneIndexConverter::toInside(index), 1, limit);
 }
 
 DataObject* DataObjectArray::current() const {
@@ -48,18 +37,18 @@ DataObject* DataObjectArray::current() const {
 }
 
 DataObject* DataObjectArray::get(int index) const {
-  checkIndex(index, count());
+  checkZeroBased(index, count());
   return elements_[index].get();
 }
 
 DataObject* DataObjectArray::getChecked(int index) const {
-  checkIndex(index, static_cast<int>(elements_.size()));
+  checkZeroBased(index, static_cast<int>(elements_.size()));
   return elements_[index].get();
 }
 
 void DataObjectArray::set(int index, DataObject* value) {
-  checkWritable();
-  checkIndex(index, count());
+  checkReadOnly();
+  checkZeroBased(index, count());
   IPtr<DataObject> old = elements_[index];
   elements_[index] = value;
   // A copy of the list: a listener may register or leave during the call.
@@ -82,7 +71,7 @@ void DataObjectArray::append(DataObject* value) {
 
 DataObject* DataObjectArray::pop() {
   checkResizable();
-  checkIndex(count() - 1, count());
+  checkZeroBased(count() - 1, count());
   IPtr<DataObject> last = elements_.back();
   elements_.pop_back();
   const auto listeners = listeners_;
@@ -93,7 +82,7 @@ DataObject* DataObjectArray::pop() {
 
 void DataObjectArray::insert(int index, DataObject* value) {
   checkResizable();
-  checkIndex(index, count() + 1);
+  checkZeroBased(index, count() + 1);
   elements_.insert(elements_.begin() + index, IPtr<DataObject>(value));
   const auto listeners = listeners_;
   for (IKivDataObjectArrayListener* l : listeners)
@@ -102,7 +91,7 @@ void DataObjectArray::insert(int index, DataObject* value) {
 
 void DataObjectArray::remove(int index) {
   checkResizable();
-  checkIndex(index, count());
+  checkZeroBased(index, count());
   IPtr<DataObject> gone = elements_[index];
   elements_.erase(elements_.begin() + index);
   const auto listeners = listeners_;

@@ -9,16 +9,15 @@
 // insert tell onAdded, pop and remove tell onRemoved, set tells onRemoved for
 // a non-null element that left and then onAdded; clear tells nobody.
 //
-// This is the part of the collection family that the document classes need:
-// read-only and fixed-size flags exist (false unless a derived class sets
-// them) and are obeyed, but there is no property class or stored form here.
+// A member of the collection family: the read-only and fixed-size flags of
+// Collection are obeyed.
 //
 //===----------------------------------------------------------------------===//
 #pragma once
 
 #include "core/kivptr.h"
 #include "model/dataobject.h"
-#include "model/primitive.h"
+#include "properties/collection.h"
 
 #include <vector>
 
@@ -66,7 +65,7 @@ public:
   virtual void removeListener(IKivDataObjectArrayListener* listener) = 0;     // 16
 };
 
-class DataObjectArray : public Primitive, public IKivDataObjectArray {
+class DataObjectArray : public Collection, public IKivDataObjectArray {
 public:
   static constexpr const char* kClassName = "DataObjectArray";
 
@@ -76,9 +75,6 @@ public:
 
   void queryInterface(const char* name, void** out) override;
   const char* className() const override { return kClassName; }
-
-  virtual bool isReadOnly() const { return readOnly_; }
-  virtual bool isFixedSize() const { return fixedSize_; }
 
   int count() const override { return static_cast<int>(elements_.size()); }
   bool next() override { return ++cursor_ <= count(); }
@@ -97,16 +93,11 @@ public:
   void addListener(IKivDataObjectArrayListener* listener) override;
   void removeListener(IKivDataObjectArrayListener* listener) override;
 
-protected:
-  bool readOnly_ = false;
-  bool fixedSize_ = false;
+  const std::vector<IPtr<DataObject>>& elements() const { return elements_; }
 
 private:
-  void checkIndex(int index, int limit) const;
-  void checkWritable() const;
-  void checkResizable() const;
+  void checkZeroBased(int index, int limit) const;
 
   std::vector<IPtr<DataObject>> elements_;
   std::vector<IKivDataObjectArrayListener*> listeners_;
-  int cursor_ = 0;
 };

@@ -11,6 +11,7 @@
 #include "tools/blockdump.h"
 #include "tools/documentfile.h"
 #include "tools/graphfile.h"
+#include "tools/graphreport.h"
 #include "tools/imagecard.h"
 #include "host/referencehost.h"
 #include "host/tovcomponentmanager.h"
@@ -48,6 +49,9 @@ int runNew(const Arguments& args);
 int runTree(const Arguments& args);
 int runVerify(const Arguments& args);
 int runSample(const Arguments& args);
+int runDot(const Arguments& args);
+int runLeaks(const Arguments& args);
+int runConfig(const Arguments& args);
 
 const Command kCommands[] = {
     {"info", "[--library PATH]",
@@ -80,6 +84,20 @@ const Command kCommands[] = {
      "builds a small document, saves it to FILE, loads it back and undoes and redoes an edit, "
      "telling each step",
      runSample},
+    {"dot", "FILE [-o OUT.dot] [--leaks]",
+     "loads a document and writes the Graphviz DOT text of the live object graph (objects, "
+     "relationships, actions) to OUT or stdout; --leaks adds the leak report once the "
+     "document is closed",
+     runDot},
+    {"leaks", "FILE",
+     "loads a document, closes it and prints the leak report: every object and relationship "
+     "still alive",
+     runLeaks},
+    {"config", "get KEY [--details] | set KEY VALUE [--type int|double|string|wide] "
+               "[--settings FILE]",
+     "reads or writes one key of the settings file (default $DMTOOL_SETTINGS, else "
+     "$XDG_CONFIG_HOME/dmtool/settings or ~/.config/dmtool/settings)",
+     runConfig},
 };
 
 void printUsage(std::FILE* out) {
@@ -445,6 +463,78 @@ int runSample(const Arguments& args) {
   std::string error;
   if (!runDocumentSample(path, config, stdout, &error))
     return fail("sample: " + error);
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+int runDot(const Arguments& args) {
+  std::string path, dotPath;
+  bool leaks = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "-o" || args[i] == "--output") {
+      if (i + 1 == args.size())
+        return usageError("dot: " + args[i] + " needs a file");
+      dotPath = args[++i];
+    } else if (args[i] == "--leaks") {
+      leaks = true;
+    } else if (args[i].rfind("-", 0) == 0 || !path.empty()) {
+      return usageError("dot: unknown argument '" + args[i] + "'");
+    } else {
+      path = args[i];
+    }
+  }
+  if (path.empty())
+    return usageError("dot: no file given");
+  std::string error;
+  if (!writeDocumentGraph(path, dotPath, leaks, stdout, &error))
+    return fail("dot: " + error);
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+int runLeaks(const Arguments& args) {
+  if (args.size() != 1 || args[0].rfind("-", 0) == 0)
+    return usageError(args.empty() ? "leaks: no file given"
+                                   : "leaks: takes one FILE, got '" + args.back() + "'");
+  std::string error;
+  // Loaded and closed as for dot; the DOT text goes nowhere.
+  if (!writeDocumentGraph(args[0], "", false, nullptr, &error))
+    return fail("leaks: " + error);
+  printLeakReport(stdout);
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
+}
+
+int runConfig(const Arguments& args) {
+  std::string settings = defaultSettingsPath();
+  std::string type;
+  bool details = false;
+  Arguments words;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--settings" || args[i] == "--type") {
+      if (i + 1 == args.size())
+        return usageError("config: " + args[i] + " needs a value");
+      (args[i] == "--settings" ? settings : type) = args[i + 1];
+      ++i;
+    } else if (args[i] == "--details") {
+      details = true;
+    } else {
+      words.push_back(args[i]);
+    }
+  }
+  if (words.empty())
+    return usageError("config: get or set?");
+  std::string error;
+  if (words[0] == "get") {
+    if (words.size() != 2)
+      return usageError("config: get takes one KEY");
+    if (!getSetting(settings, words[1], details, stdout, &error))
+      return fail("config: " + error);
+  } else if (words[0] == "set") {
+    if (words.size() != 3)
+      return usageError("config: set takes KEY and VALUE");
+    if (!setSetting(settings, words[1], words[2], type, &error))
+      return fail("config: " + error);
+  } else {
+    return usageError("config: unknown action '" + words[0] + "' (get or set)");
+  }
   return std::fflush(stdout) == 0 ? 0 : fail("cannot write the output");
 }
 

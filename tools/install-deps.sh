@@ -6,7 +6,7 @@ set -e
 need=""
 check() { dpkg -s "$1" >/dev/null 2>&1 || need="$need $1"; }
 for pkg in g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev \
-           libxml2-dev libpng-dev libjpeg-dev ccache lld imagemagick libtiff-tools "$@"; do
+           libxml2-dev libpng-dev libjpeg-dev ccache lld imagemagick libtiff-tools graphviz "$@"; do
   check "$pkg"
 done
 [ -z "$need" ] && exit 0

@@ -351,7 +351,7 @@ TEST_F(BitVectorTest, CompressRenumberPermuteShift) {
   deleted.compressComplement(mask);  // positions 4, 6, 9 go
   EXPECT_EQ(setBits(deleted), (std::vector<int32_t>{2, 4}));
 
-  IntArray map(16);
+  IntMMArray map(16);
   map.set(2, 7);
   map.set(4, 4);
   map.set(9, 1);
@@ -361,7 +361,7 @@ TEST_F(BitVectorTest, CompressRenumberPermuteShift) {
   renumbered.renumber(map);
   EXPECT_EQ(setBits(renumbered), (std::vector<int32_t>{1, 4}));
 
-  IntArray order(8);
+  IntMMArray order(8);
   const int32_t entries[] = {0, 2, 3, 1, 4};  // new[i] = old[order[i]]
   for (int i = 0; i < 5; ++i)
     order.set(i, entries[i]);
@@ -379,7 +379,7 @@ TEST_F(BitVectorTest, CompressRenumberPermuteShift) {
 }
 
 TEST_F(BitVectorTest, MappedForms) {
-  IntArray map(8);
+  IntMMArray map(8);
   map.set(1, 5);
   map.set(2, 6);
   BitVector other(10);

@@ -1,4 +1,5 @@
 #include "model/database.h"
+#include "properties/dataobjectarray.h"
 
 #include "model/dynamicdataobject.h"
 #include "model/relationship.h"
@@ -152,6 +153,14 @@ TEST_F(DatabaseTest, LookUpsByParentNameAndChild) {
   typed.setCount(0);
   db()->objectsOfScriptClass(equalText.c_str(), typed);
   EXPECT_EQ(typed.count(), 0);
+  // The interface's form gives the same objects as a new DataObjectArray.
+  typed.setCount(0);
+  db()->objectsOfScriptClass(p->scriptClassName(), typed);
+  IPtr<DataObjectArray> asArray(db()->objectsOfScriptClass(p->scriptClassName()));
+  ASSERT_EQ(asArray->count(), typed.count());
+  EXPECT_EQ(asArray->indexOf(typed.at(1)), 0);
+  IPtr<DataObjectArray> none(db()->objectsOfScriptClass(equalText.c_str()));
+  EXPECT_EQ(none->count(), 0);
 
   // The global object is made once and dropped by shutdown().
   IKivDynamicDataObject* global = db()->globalObject();
