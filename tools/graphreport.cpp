@@ -7,6 +7,7 @@
 #include "documents/document.h"
 #include "documents/ikivdocument.h"
 #include "host/hostdatastore.h"
+#include "host/hostpersistentrefmap.h"
 #include "host/referencehost.h"
 #include "kivbasictypes/kivstring.h"
 #include "model/databaseutil.h"
@@ -54,7 +55,8 @@ void printLeakReport(std::FILE* out) {
 
 bool writeDocumentGraph(const std::string& path, const std::string& dotPath, bool leaks,
                         std::FILE* out, std::string* error) {
-  if (!inProcessComponentHost(error))
+  ReferenceHost* host = inProcessComponentHost(error);
+  if (!host)
     return false;
   {
     void* made = nullptr;
@@ -103,6 +105,9 @@ bool writeDocumentGraph(const std::string& path, const std::string& dotPath, boo
     }
     // The document goes here, with this block.
   }
+  // The host's table of persistent references keeps what the load numbered
+  // until it is reset; only after that is an object still alive a leak.
+  host->persistentRefMap()->reset();
   if (leaks)
     printLeakReport(out);
   return true;
