@@ -175,6 +175,7 @@ template class TArrayProperty<StringArrayProperty, IKivStringArrayProperty, Stri
 template class TArrayProperty<Vector2DArrayProperty, IKivVector2DArrayProperty, Vector2DArray>;
 template class TArrayProperty<Vector2FArrayProperty, IKivVector2FArrayProperty, Vector2FArray>;
 template class TArrayProperty<Vector3DArrayProperty, IKivVector3DArrayProperty, Vector3DArray>;
+template class TArrayProperty<Array3DProperty, IKivArray3DProperty, Array3D>;
 template class TArrayProperty<Transform3DArrayProperty, IKivTransform3DArrayProperty,
                               Transform3DArray>;
 template class TArrayProperty<DoubleArray2DProperty, IKivDoubleArray2DProperty, DoubleArray2D>;
