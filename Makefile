@@ -61,6 +61,8 @@ fuzz:
 	./build-fuzz/bulkdata_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 build-fuzz/bulkcorpus tests/kivbasictypes/bulkcorpus
 	@mkdir -p build-fuzz/document-corpus
 	./build-fuzz/document_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 -timeout=10 build-fuzz/document-corpus tests/documents/corpus
+	@mkdir -p build-fuzz/collection-corpus
+	./build-fuzz/collections_fuzz -max_total_time=$(FUZZ_TIME) -rss_limit_mb=2048 -timeout=10 build-fuzz/collection-corpus tests/properties/collectioncorpus
 
 clean:
 	rm -rf build build-asan build-tsan build-bench

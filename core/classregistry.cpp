@@ -181,6 +181,8 @@ const BuiltClass kBuiltClasses[] = {
     {"Transform3DArray", &newInstanceFactory<Transform3DArray>},
     {"Transform3DArrayProperty", &newInstanceFactory<Transform3DArrayProperty>},
     {"ImageArray", &newInstanceFactory<ImageArray>},
+    {"Array3D", &newInstanceFactory<Array3D>},
+    {"Array3DProperty", &newInstanceFactory<Array3DProperty>},
     {"ImageArrayProperty", &newInstanceFactory<ImageArrayProperty>},
     {"OrientedTriangle", &newInstanceFactory<OrientedTriangle>},
     {"OrientedTriangleProperty", &newInstanceFactory<OrientedTriangleProperty>},

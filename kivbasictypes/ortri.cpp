@@ -4,9 +4,11 @@
 #include "core/kivassert.h"
 #include "kivbasictypes/binio.h"
 #include "kivbasictypes/ikivprogress.h"
+#include "kivbasictypes/quicksort.h"
 
 #include <iostream>
 #include <utility>
+#include <vector>
 
 namespace ortri {
 
@@ -172,4 +174,95 @@ void ClassifiedEdgeStack::swap(ClassifiedEdgeStack& other) noexcept {
   static_cast<IterStack<uint32_t>&>(*this) = std::move(static_cast<IterStack<uint32_t>&>(other));
   static_cast<IterStack<uint32_t>&>(other) = std::move(mine);
   std::swap(classification_, other.classification_);
+}
+
+ClassifiedEdgeStack*& ClassifiedEdgeStackList::at(int32_t i) {
+  if (i > stacks_.count())
+    stacks_.setCount(i); // new slots of a pointer stack are zeroed
+  return stacks_.at(i);
+}
+
+void ClassifiedEdgeStackList::clear() {
+  for (int32_t i = stacks_.count(); i >= 1; --i) {
+    delete stacks_.at(i);
+    stacks_.at(i) = nullptr;
+  }
+  stacks_.clear();
+}
+
+void ClassifiedEdgeStackList::remove(int32_t i, bool compactAfter) {
+  if (i >= 1 && i <= stacks_.count()) {
+    delete stacks_.at(i);
+    stacks_.at(i) = nullptr;
+  }
+  if (compactAfter)
+    compact();
+}
+
+void ClassifiedEdgeStackList::removeWhere(uint8_t bit, bool set) {
+  for (int32_t i = 1; i <= stacks_.count(); ++i) {
+    ClassifiedEdgeStack* s = stacks_.at(i);
+    if (s && ((s->classification() & bit) != 0) == set) {
+      delete s;
+      stacks_.at(i) = nullptr;
+    }
+  }
+  compact();
+}
+
+void ClassifiedEdgeStackList::compact() {
+  int32_t kept = 0;
+  for (int32_t i = 1; i <= stacks_.count(); ++i)
+    if (ClassifiedEdgeStack* s = stacks_.at(i)) {
+      stacks_.at(i) = nullptr;
+      stacks_.at(++kept) = s;
+    }
+  stacks_.setCount(kept);
+}
+
+namespace {
+
+struct BySize {
+  const IterStack<ClassifiedEdgeStack*>* stacks;
+  int32_t countOf(int32_t i) const {
+    const ClassifiedEdgeStack* s = stacks->at(i);
+    return s ? s->count() : 0;
+  }
+  int compare(int32_t a, int32_t b) { return countOf(b) - countOf(a); }
+};
+
+} // namespace
+
+void ClassifiedEdgeStackList::sortBySize() {
+  const int32_t n = stacks_.count();
+  if (n < 2)
+    return;
+  std::vector<int32_t> order(static_cast<size_t>(n) + 1);
+  for (int32_t i = 0; i <= n; ++i)
+    order[static_cast<size_t>(i)] = i;
+  BySize bySize{&stacks_};
+  quickSort(order.data(), 1, n, &bySize, &BySize::compare);
+  std::vector<ClassifiedEdgeStack*> sorted(static_cast<size_t>(n) + 1, nullptr);
+  for (int32_t i = 1; i <= n; ++i)
+    sorted[static_cast<size_t>(i)] = stacks_.at(order[static_cast<size_t>(i)]);
+  for (int32_t i = 1; i <= n; ++i)
+    stacks_.at(i) = sorted[static_cast<size_t>(i)];
+}
+
+int64_t ClassifiedEdgeStackList::totalEdges() const {
+  int64_t total = 0;
+  for (int32_t i = 1; i <= stacks_.count(); ++i)
+    if (const ClassifiedEdgeStack* s = stacks_.at(i))
+      total += s->count();
+  return total;
+}
+
+void ClassifiedEdgeStackList::assign(const ClassifiedEdgeStackList& other) {
+  if (this == &other)
+    return;
+  clear();
+  for (int32_t i = 1; i <= other.stacks_.count(); ++i) {
+    const ClassifiedEdgeStack* s = other.stacks_.at(i);
+    stacks_.push(s ? new ClassifiedEdgeStack(*s, true) : nullptr);
+  }
 }

@@ -26,6 +26,7 @@
 
 #include <cstdint>
 #include <ostream>
+#include <utility>
 
 class BinInput;
 class BinOutput;
@@ -120,4 +121,43 @@ private:
   }
 
   uint8_t classification_ = 0;
+};
+
+// A list of paths, counted from 1, room for 20 at first; it owns them. A
+// null entry stands for a path deleted and not yet compacted away.
+class ClassifiedEdgeStackList {
+public:
+  ClassifiedEdgeStackList() : stacks_(20) {}
+  // A deep copy, classifications with it.
+  ClassifiedEdgeStackList(const ClassifiedEdgeStackList& other) : stacks_(20) { assign(other); }
+  ClassifiedEdgeStackList& operator=(const ClassifiedEdgeStackList& other) {
+    assign(other);
+    return *this;
+  }
+  ~ClassifiedEdgeStackList() { clear(); }
+
+  int32_t count() const { return stacks_.count(); }
+  // The entry at i, extending the table (with null entries) if needed.
+  ClassifiedEdgeStack*& at(int32_t i);
+  void push(ClassifiedEdgeStack* stack) { stacks_.push(stack); }
+  // Deletes all stacks, from the last to the first.
+  void clear();
+  void remove(int32_t i, bool compactAfter);
+  void removeBoundary() { removeWhere(ClassifiedEdgeStack::kBoundary, true); }
+  void removeClosed() { removeWhere(ClassifiedEdgeStack::kClosed, true); }
+  void removeNonBoundary() { removeWhere(ClassifiedEdgeStack::kBoundary, false); }
+  void removeOpen() { removeWhere(ClassifiedEdgeStack::kClosed, false); }
+  // Closes the gaps of null entries, in order, and cuts the count.
+  void compact();
+  // By falling count; equal sizes keep no particular order.
+  void sortBySize();
+  void swapEntries(int32_t i, int32_t j) { std::swap(at(i), at(j)); }
+  // The sum of the counts; a null entry counts 0.
+  int64_t totalEdges() const;
+  void assign(const ClassifiedEdgeStackList& other);
+
+private:
+  void removeWhere(uint8_t bit, bool set);
+
+  IterStack<ClassifiedEdgeStack*> stacks_;
 };

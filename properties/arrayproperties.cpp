@@ -7,6 +7,7 @@
 #include "kivbasictypes/kivbinaryio.h"
 #include "properties/valuefit.h"
 
+#include <cstdint>
 #include <type_traits>
 
 template <>
@@ -140,8 +141,8 @@ void TArrayProperty<Derived, Interface, Array>::readValue(IKivDataModelReader* r
     return;
   }
   int64_t elements = count;
+  int32_t columns = 1;
   if constexpr (kIs2D<Array>) {
-    int32_t columns = 0;
     if (!sectionHolds(reader, 4) || !reader->readInt32(&columns) || columns < 0)
       return;
     // 64-bit product: a width times height that overflows 32 bits can't
@@ -149,7 +150,9 @@ void TArrayProperty<Derived, Interface, Array>::readValue(IKivDataModelReader* r
     elements = int64_t{count} * columns;
   }
   // A count the section can't hold is a lie: leave the property as it was.
-  if (!sectionHolds(reader, elements * S::bytes(reader)))
+  // The product is checked before it is formed, so that it can't overflow.
+  const int64_t bytes = S::bytes(reader);
+  if (elements > INT64_MAX / bytes || !sectionHolds(reader, elements * bytes))
     return;
   IPtr<Array> array(new Array);
   for (int64_t i = 0; i < elements; ++i) {
@@ -159,7 +162,7 @@ void TArrayProperty<Derived, Interface, Array>::readValue(IKivDataModelReader* r
     if constexpr (kIs2D<Array>) {
       // No store in this system: the elements are read past, as a class
       // supplied by a host would take them.
-      array->set(static_cast<int>(i / count), static_cast<int>(i % count), value);
+      array->set(static_cast<int>(i / columns), static_cast<int>(i % columns), value);
     } else {
       array->append(value);
     }
@@ -175,6 +178,7 @@ template class TArrayProperty<StringArrayProperty, IKivStringArrayProperty, Stri
 template class TArrayProperty<Vector2DArrayProperty, IKivVector2DArrayProperty, Vector2DArray>;
 template class TArrayProperty<Vector2FArrayProperty, IKivVector2FArrayProperty, Vector2FArray>;
 template class TArrayProperty<Vector3DArrayProperty, IKivVector3DArrayProperty, Vector3DArray>;
+template class TArrayProperty<Array3DProperty, IKivArray3DProperty, Array3D>;
 template class TArrayProperty<Transform3DArrayProperty, IKivTransform3DArrayProperty,
                               Transform3DArray>;
 template class TArrayProperty<DoubleArray2DProperty, IKivDoubleArray2DProperty, DoubleArray2D>;

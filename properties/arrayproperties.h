@@ -16,6 +16,7 @@
 //===----------------------------------------------------------------------===//
 #pragma once
 
+#include "properties/array3d.h"
 #include "properties/imagearray.h"
 #include "properties/intarray.h"
 #include "properties/pointerproperty.h"
@@ -35,6 +36,7 @@ KIV_ARRAY_PROPERTY_INTERFACE(StringArray)
 KIV_ARRAY_PROPERTY_INTERFACE(Vector2DArray)
 KIV_ARRAY_PROPERTY_INTERFACE(Vector2FArray)
 KIV_ARRAY_PROPERTY_INTERFACE(Vector3DArray)
+KIV_ARRAY_PROPERTY_INTERFACE(Array3D)
 KIV_ARRAY_PROPERTY_INTERFACE(Transform3DArray)
 KIV_ARRAY_PROPERTY_INTERFACE(ImageArray)
 KIV_ARRAY_PROPERTY_INTERFACE(DoubleArray2D)
@@ -74,6 +76,7 @@ KIV_ARRAY_PROPERTY(StringArray)
 KIV_ARRAY_PROPERTY(Vector2DArray)
 KIV_ARRAY_PROPERTY(Vector2FArray)
 KIV_ARRAY_PROPERTY(Vector3DArray)
+KIV_ARRAY_PROPERTY(Array3D)
 KIV_ARRAY_PROPERTY(Transform3DArray)
 KIV_ARRAY_PROPERTY(DoubleArray2D)
 KIV_ARRAY_PROPERTY(Vector3DArray2D)

@@ -26,6 +26,11 @@
 #include "properties/stringproperty.h"
 #include "properties/transform3dproperty.h"
 #include "properties/vectorproperty.h"
+#include "model/progress.h"
+#include "model/progressproperty.h"
+#include "properties/arrayproperties.h"
+#include "properties/dataobjectarrayproperty.h"
+#include "properties/orientedtriangle.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -637,3 +642,141 @@ KivString PropertyMap::documentationTable() {
   }
   return result;
 }
+
+// --- Collections, progress and mesh values -----------------------------------
+
+IKivProperty* PropertyMap::getProperty(const char* name) {
+  return static_cast<const PropertyMap*>(this)->getProperty(name);
+}
+
+IKivProperty* PropertyMap::getProperty(const KivString& name) {
+  return static_cast<const PropertyMap*>(this)->getProperty(name);
+}
+
+template <class P, class V>
+void PropertyMap::setUnchecked(const char* name, V* value) {
+  IKivProperty* p = writableProperty(name);
+  if (!p) {
+    addProperty(new P(KivString(name), value, false, (flags_ & kMapPropertyEvents) != 0));
+    return;
+  }
+  // No type name is compared: the class query decides, and a property of
+  // another class is left as it is.
+  if (P* target = kivQuery<P>(p, P::kClassName))
+    target->set(value);
+}
+
+void PropertyMap::set(const char* name, ImageArray* value) {
+  setValue<ImageArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, Progress* value) {
+  set(name, static_cast<IProgress*>(value));
+}
+void PropertyMap::set(const char* name, Array3D* value) { setValue<Array3DProperty>(name, value); }
+void PropertyMap::set(const char* name, StringArray* value) {
+  setValue<StringArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, IntArray* value) {
+  setValue<IntArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, DoubleArray2D* value) {
+  setValue<DoubleArray2DProperty>(name, value);
+}
+void PropertyMap::set(const char* name, Vector3DArray2D* value) {
+  setValue<Vector3DArray2DProperty>(name, value);
+}
+void PropertyMap::set(const char* name, Vector3DArray* value) {
+  setValue<Vector3DArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, Vector2FArray* value) {
+  setValue<Vector2FArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, Vector2DArray* value) {
+  setValue<Vector2DArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, ColorArray* value) {
+  setValue<ColorArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, DoubleArray* value) {
+  setValue<DoubleArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, DataObjectArray* value) {
+  setValue<DataObjectArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, ByteArray* value) {
+  setValue<ByteArrayProperty>(name, value);
+}
+void PropertyMap::set(const char* name, OrientedTriangleStackList* value) {
+  setUnchecked<OrientedTriangleStackListProperty>(name, value);
+}
+void PropertyMap::set(const char* name, OrientedTriangleStack* value) {
+  setUnchecked<OrientedTriangleStackProperty>(name, value);
+}
+void PropertyMap::set(const char* name, OrientedTriangle* value) {
+  setUnchecked<OrientedTriangleProperty>(name, value);
+}
+void PropertyMap::set(const char* name, Transform3DArray* value) {
+  setValue<Transform3DArrayProperty>(name, value);
+}
+
+void PropertyMap::set(const char* name, IProgress* value) {
+  static const char* const kProgressType = "kivapi.datamodel.Progress";
+  IKivProperty* p = writableProperty(name);
+  if (!p) {
+    addProperty(new ProgressProperty(KivString(name), value, false,
+                                     (flags_ & kMapPropertyEvents) != 0));
+    return;
+  }
+  const char* type = p->typeName();
+  auto* target = std::strcmp(type, kProgressType) == 0
+                     ? kivQuery<ProgressProperty>(p, ProgressProperty::kClassName)
+                     : nullptr;
+  if (!target)
+    throwWrongType(KivString(kProgressType), KivString(name), KivString(type));
+  target->set(value);
+}
+
+IProgress* PropertyMap::getProgressInterface(const char* name) const {
+  IKivProperty* p = getProperty(name);
+  if (!p)
+    return nullptr;
+  if (auto* value = kivQuery<ProgressProperty>(p, ProgressProperty::kClassName))
+    return value->get();
+  throwWrongType(KivString("IProgress"), KivString(name), runtimeTypeName(p));
+}
+
+Progress* PropertyMap::getProgress(const char* name) const {
+  return kivQuery<Progress>(getProgressInterface(name), "Progress");
+}
+
+ImageArray* PropertyMap::getImageArray(const char* name) const {
+  return getValue<ImageArrayProperty>(name, "ImageArray");
+}
+
+#define KIV_MAP_GETTER_PAIR(Type, Getter, Label)                                                   \
+  Type* PropertyMap::Getter(const char* name) const {                                              \
+    return getValue<Type##Property>(name, Label);                                                  \
+  }                                                                                                \
+  Type* PropertyMap::Getter(const KivString& name) const {                                         \
+    return getValue<Type##Property>(name, Label);                                                  \
+  }
+
+KIV_MAP_GETTER_PAIR(DataObjectArray, getDataObjectArray, "DataObjectArray")
+KIV_MAP_GETTER_PAIR(Transform3DArray, getTransform3DArray, "Transform3DArray")
+KIV_MAP_GETTER_PAIR(OrientedTriangle, getOrientedTriangle, "OrientedTriangle")
+KIV_MAP_GETTER_PAIR(OrientedTriangleStack, getOrientedTriangleStack, "OrientedTriangleStack")
+KIV_MAP_GETTER_PAIR(OrientedTriangleStackList, getOrientedTriangleStackList,
+                    "OrientedTriangleStackList")
+KIV_MAP_GETTER_PAIR(Array3D, getArray3D, "Array3D")
+KIV_MAP_GETTER_PAIR(ByteArray, getByteArray, "ByteArray")
+KIV_MAP_GETTER_PAIR(StringArray, getStringArray, "StringArray")
+KIV_MAP_GETTER_PAIR(IntArray, getIntArray, "IntArray")
+KIV_MAP_GETTER_PAIR(DoubleArray, getDoubleArray, "DoubleArray")
+KIV_MAP_GETTER_PAIR(ColorArray, getColorArray, "ColorArray")
+KIV_MAP_GETTER_PAIR(Vector2DArray, getVector2DArray, "Vector2DArray")
+KIV_MAP_GETTER_PAIR(Vector2FArray, getVector2FArray, "Vector2FArray")
+KIV_MAP_GETTER_PAIR(Vector3DArray, getVector3DArray, "Vector3DArray")
+KIV_MAP_GETTER_PAIR(DoubleArray2D, getDoubleArray2D, "DoubleArray2D")
+KIV_MAP_GETTER_PAIR(Vector3DArray2D, getVector3DArray2D, "Vector3DArray2D")
+
+#undef KIV_MAP_GETTER_PAIR

@@ -79,10 +79,31 @@ public:
   void set(const char* name, int value) override;
   void set(const char* name, double value) override;
 
+  void set(const char* name, ImageArray* value) override;
+  void set(const char* name, Progress* value) override;
+  void set(const char* name, Array3D* value) override;
+  void set(const char* name, StringArray* value) override;
+  void set(const char* name, IntArray* value) override;
+  void set(const char* name, DoubleArray2D* value) override;
+  void set(const char* name, Vector3DArray2D* value) override;
+  void set(const char* name, Vector3DArray* value) override;
+  void set(const char* name, Vector2FArray* value) override;
+  void set(const char* name, Vector2DArray* value) override;
+  void set(const char* name, ColorArray* value) override;
+  void set(const char* name, DoubleArray* value) override;
+  void set(const char* name, DataObjectArray* value) override;
+  void set(const char* name, ByteArray* value) override;
+  void set(const char* name, OrientedTriangleStackList* value) override;
+  void set(const char* name, OrientedTriangleStack* value) override;
+  void set(const char* name, OrientedTriangle* value) override;
+  void set(const char* name, Transform3DArray* value) override;
+
   bool getDocumentation(const char* name, KivString& out) override;
   bool setDocumentation(const char* name, const KivString& text) override;
   IKivProperty* getProperty(const char* name) const override;
   IKivProperty* getProperty(const KivString& name) const override;
+  IKivProperty* getProperty(const char* name) override;
+  IKivProperty* getProperty(const KivString& name) override;
   bool hasProperty(const char* name) const override;
   bool hasProperty(const KivString& name) const override;
   IKivPropertyMapIter* iterator() const override;
@@ -113,6 +134,40 @@ public:
   KivMaterial getMaterial(const char* name) const override;
   KivQuaternion getQuaternion(const char* name) const override;
   KivRect getRect(const char* name) const override;
+  DataObjectArray* getDataObjectArray(const char* name) const override;
+  DataObjectArray* getDataObjectArray(const KivString& name) const override;
+  Transform3DArray* getTransform3DArray(const char* name) const override;
+  Transform3DArray* getTransform3DArray(const KivString& name) const override;
+  OrientedTriangle* getOrientedTriangle(const char* name) const override;
+  OrientedTriangle* getOrientedTriangle(const KivString& name) const override;
+  OrientedTriangleStack* getOrientedTriangleStack(const char* name) const override;
+  OrientedTriangleStack* getOrientedTriangleStack(const KivString& name) const override;
+  OrientedTriangleStackList* getOrientedTriangleStackList(const char* name) const override;
+  OrientedTriangleStackList* getOrientedTriangleStackList(const KivString& name) const override;
+  Array3D* getArray3D(const char* name) const override;
+  Array3D* getArray3D(const KivString& name) const override;
+  ByteArray* getByteArray(const char* name) const override;
+  ByteArray* getByteArray(const KivString& name) const override;
+  StringArray* getStringArray(const char* name) const override;
+  StringArray* getStringArray(const KivString& name) const override;
+  IntArray* getIntArray(const char* name) const override;
+  IntArray* getIntArray(const KivString& name) const override;
+  DoubleArray* getDoubleArray(const char* name) const override;
+  DoubleArray* getDoubleArray(const KivString& name) const override;
+  ColorArray* getColorArray(const char* name) const override;
+  ColorArray* getColorArray(const KivString& name) const override;
+  Vector2DArray* getVector2DArray(const char* name) const override;
+  Vector2DArray* getVector2DArray(const KivString& name) const override;
+  Vector2FArray* getVector2FArray(const char* name) const override;
+  Vector2FArray* getVector2FArray(const KivString& name) const override;
+  Vector3DArray* getVector3DArray(const char* name) const override;
+  Vector3DArray* getVector3DArray(const KivString& name) const override;
+  DoubleArray2D* getDoubleArray2D(const char* name) const override;
+  DoubleArray2D* getDoubleArray2D(const KivString& name) const override;
+  Vector3DArray2D* getVector3DArray2D(const char* name) const override;
+  Vector3DArray2D* getVector3DArray2D(const KivString& name) const override;
+  IProgress* getProgressInterface(const char* name) const override;
+  ImageArray* getImageArray(const char* name) const override;
 
   // Both give the text by value; an empty map gives an empty table.
   KivString documentationText() override;
@@ -126,9 +181,13 @@ public:
   // getProperty, then the read-only check, then clearValue(); the property
   // stays in the map.
   virtual void clearProperty(const char* name);
+  // As set() with a Progress, for a value given by its interface.
+  virtual void set(const char* name, IProgress* value);
   // The property as class Property; null when absent (code 1 if warning).
   virtual Property* getPropertyObject(const char* name) const;
   virtual Property* getPropertyObject(const KivString& name) const;
+  // The value of a ProgressProperty, as class Progress.
+  virtual Progress* getProgress(const char* name) const;
   virtual void setWarnNonExisting(bool on);
   // Takes the flags of `other`; each property of `other` either gives its
   // value to this map's property of that name (copyValue, which fires) or
@@ -168,6 +227,9 @@ private:
   bool findDocumentation(const KivString& name, KivString& out);
   template <class P, class V>
   void setValue(const char* name, const V& value);
+  // The mesh values: the read-only check, then the class query alone.
+  template <class P, class V>
+  void setUnchecked(const char* name, V* value);
   // The check and write shared by both object overloads of set().
   void setObject(const char* name, IKivProperty* p, DataObject* value, bool checkDeclared);
   // Name is `const char*` or KivString.

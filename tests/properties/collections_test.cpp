@@ -311,4 +311,37 @@ TEST_F(CollectionsTest, ByteArrayStreamsACountThenItsBytes) {
   EXPECT_EQ(b.get(2), 255);
 }
 
+// Array3D keeps the rules in its own words, each ending in a stop of its own.
+TEST_F(CollectionsTest, Array3DFailsInItsOwnWords) {
+  IPtr<Array3D> a(new Array3D);
+  EXPECT_EQ(catchCode([&] { a->pop(); }).message, "Error in class Array3D: Collection is empty..");
+  a->append(KivVector(1, 2, 3));
+  a->insert(0, KivVector(0, 0, 1));
+  a->append(KivVector(0, 0, 1));
+  EXPECT_EQ(a->indexOf(KivVector(0, 0, 1)), 2);
+  a->remove(2);
+  EXPECT_TRUE(a->get(1) == KivVector(1, 2, 3));
+  EXPECT_EQ(catchCode([&] { a->get(2); }).message,
+            "Error in class Array3D: Index is out of range..");
+  a->setFixedSize(true);
+  EXPECT_EQ(catchCode([&] { a->append(KivVector()); }).message,
+            "Error in class Array3D: Collection has a fixed size..");
+  a->setReadOnly(true);
+  EXPECT_EQ(catchCode([&] { a->set(0, KivVector()); }).message,
+            "Error in class Array3D: Collection is readonly..");
+  a->setReadOnly(false);
+  a->setFixedSize(false);
+  // Both interfaces reach the same points.
+  IKivArray3D* asArray3D = a.get();
+  EXPECT_EQ(asArray3D->count(), 2);
+  IPtr<Array3D> copy(new Array3D(*a));
+  EXPECT_TRUE(copy->get(0) == KivVector(0, 0, 1));
+  PropertyMap map;
+  map.addProperty(new Array3DProperty(KivString("p"), a.get(), false));
+  const Bytes bytes = writeEntries(map);
+  PropertyMap back;
+  ASSERT_EQ(readEntries(bytes, back), 0);
+  EXPECT_EQ(writeEntries(back), bytes);
+}
+
 } // namespace

@@ -78,6 +78,34 @@ TEST_F(OrientedTriangleTest, EdgeStacksReverseRenumberAndPrint) {
   EXPECT_EQ(line.str(), "Edge Stack (size = 1, open, bd)\n\t1: (2, 5) \n\n");
 }
 
+TEST_F(OrientedTriangleTest, EdgeStackListsSortRemoveAndCompact) {
+  ClassifiedEdgeStackList list;
+  for (int size : {1, 3, 2}) {
+    auto* s = new ClassifiedEdgeStack;
+    for (int k = 0; k < size; ++k)
+      s->push(ortri::make(static_cast<uint32_t>(k), 0));
+    s->setClosed(size != 2);
+    list.push(s);
+  }
+  list.sortBySize();
+  ASSERT_EQ(list.count(), 3);
+  EXPECT_EQ(list.at(1)->count(), 3);
+  EXPECT_EQ(list.at(2)->count(), 2);
+  EXPECT_EQ(list.at(3)->count(), 1);
+  EXPECT_EQ(list.totalEdges(), 6);
+  ClassifiedEdgeStackList copy(list);
+  EXPECT_TRUE(copy.at(1)->isClosed());
+  list.removeClosed();
+  ASSERT_EQ(list.count(), 1);
+  EXPECT_EQ(list.at(1)->count(), 2);
+  list.removeOpen();
+  EXPECT_EQ(list.count(), 0);
+  copy.remove(2, false);
+  EXPECT_EQ(copy.totalEdges(), 4);
+  copy.compact();
+  EXPECT_EQ(copy.count(), 2);
+}
+
 TEST_F(OrientedTriangleTest, TriangleWordsAndVersionChecks) {
   struct Case {
     int triangle, version;
