@@ -49,6 +49,7 @@
 #include "properties/kivpythontypeconversionservice.h"
 #include "properties/objectproperty.h"
 #include "properties/propertymap.h"
+#include "properties/stringiter.h"
 #include "properties/stringproperty.h"
 #include "properties/transform3dproperty.h"
 #include "properties/vectorproperty.h"
@@ -190,6 +191,7 @@ const BuiltClass kBuiltClasses[] = {
     {"OrientedTriangleStackProperty", &newInstanceFactory<OrientedTriangleStackProperty>},
     {"OrientedTriangleStackList", &newInstanceFactory<OrientedTriangleStackList>},
     {"OrientedTriangleStackListProperty", &newInstanceFactory<OrientedTriangleStackListProperty>},
+    {"StringIter", &newInstanceFactory<StringIter>},
 };
 
 const BuiltClass* builtClass(const char* name) {

@@ -101,24 +101,6 @@ private:
   int32_t index_ = 0;
 };
 
-// A snapshot iterator: holds a copy of the elements made when it was
-// created, so the array may change or go meanwhile.
-template <class T>
-class TCopyIter {
-public:
-  using E = ArrayElement<T>;
-  explicit TCopyIter(const IterStack<typename E::Store>& stack) : copy_(stack) {}
-  virtual ~TCopyIter() = default;
-  virtual int count() { return copy_.count(); }
-  virtual bool next() { return ++index_ <= copy_.count(); }
-  virtual typename E::Out value() { return E::out(copy_.at(index_)); }
-  virtual void rewind() { index_ = 0; }
-
-private:
-  IterStack<typename E::Store> copy_;
-  int32_t index_ = 0;
-};
-
 // Answers queryInterface for an array class: its own name, the interface,
 // then Collection's.
 template <class Derived, class Interface>

@@ -23,6 +23,7 @@
 #include "kivbasictypes/kivvector.h"
 #include "kivbasictypes/tovcolor.h"
 #include "properties/stackarray.h"
+#include "properties/stringiter.h"
 
 class BinInput;
 class BinOutput;
@@ -39,7 +40,6 @@ using Vector2DIter = TStackRefIter<Vector2D>;
 using Vector2FIter = TStackRefIter<Vector2F>;
 using Vector3DIter = TStackRefIter<KivVector>;
 using Transform3DIter = TStackRefIter<KivMatrix>;
-using StringIter = TCopyIter<KivString>;
 
 class IKivDoubleArray : public virtual IKivUnknown {
 public:

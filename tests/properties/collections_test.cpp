@@ -1,5 +1,6 @@
 #include "properties/arrayproperties.h"
 
+#include "core/lookup.h"
 #include "kivbasictypes/binio.h"
 #include "propertysupport.h"
 #include "storedentries.h"
@@ -345,3 +346,42 @@ TEST_F(CollectionsTest, Array3DFailsInItsOwnWords) {
 }
 
 } // namespace
+
+namespace {
+
+std::string walked(IKivStringIter& it) {
+  std::string text;
+  KivString s;
+  for (it.rewind(); it.next();) {
+    it.value(s);
+    text += std::string(s.utf8Text()) + ";";
+  }
+  return text;
+}
+
+} // namespace
+
+TEST_F(CollectionsTest, StringIterWalksTheStringsOfItsCreation) {
+  IPtr<StringArray> array(new StringArray);
+  array->append(KivString("a"));
+  array->append(KivString("b"));
+  IPtr<StringIter> it(array->iterator());
+  // Later changes and the array's death don't reach the snapshot.
+  array->append(KivString("c"));
+  array = nullptr;
+  EXPECT_EQ(it->count(), 2);
+  KivString before;
+  it->value(before);
+  EXPECT_TRUE(before.isEmpty());
+  EXPECT_EQ(walked(*it), "a;b;");
+  EXPECT_EQ(walked(*it), "a;b;");
+
+  // The class table makes an empty one under its interface name.
+  void* made = nullptr;
+  ASSERT_TRUE(getObject("IKivStringIter", &made));
+  IPtr<IKivStringIter> empty(static_cast<IKivStringIter*>(made));
+  ASSERT_TRUE(empty);
+  EXPECT_EQ(empty->count(), 0);
+  EXPECT_FALSE(empty->next());
+  EXPECT_STREQ(empty->className(), "StringIter");
+}
