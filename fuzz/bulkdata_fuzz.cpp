@@ -3,26 +3,13 @@
 // and a colour record. Whatever reads must write back and read again to the
 // same bytes. Any assertion is a finding too: bad input must never reach one.
 #include "bulkrecords.h"
-#include "core/kivassert.h"
+#include "abortonassert.h"
 
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-void abortOnAssert(void*, const char* expression, const char* file, int line) {
-  std::fprintf(stderr, "assertion %s at %s:%d\n", expression, file, line);
-  std::abort();
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool installed = [] {
-    setAssertHandler(abortOnAssert, nullptr);
-    return true;
-  }();
-  (void)installed;
+  installAbortingAssertHandler();
   if (!bulkrecords::readAll(Bytes(data, data + size))) {
     std::fprintf(stderr, "a record read back differently\n");
     std::abort();

@@ -5,18 +5,13 @@
 // assertion is a finding too.
 #include "base/basic/kivimage.h"
 #include "binstreams.h"
-#include "core/kivassert.h"
+#include "abortonassert.h"
 #include "core/kivptr.h"
 
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
-
-void abortOnAssert(void*, const char* expression, const char* file, int line) {
-  std::fprintf(stderr, "assertion %s at %s:%d\n", expression, file, line);
-  std::abort();
-}
 
 void readOnce(const Bytes& bytes, bool narrow) {
   MemoryInput in(bytes);
@@ -40,11 +35,7 @@ void readOnce(const Bytes& bytes, bool narrow) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool installed = [] {
-    setAssertHandler(abortOnAssert, nullptr);
-    return true;
-  }();
-  (void)installed;
+  installAbortingAssertHandler();
   const Bytes bytes(data, data + size);
   readOnce(bytes, false);
   readOnce(bytes, true);
