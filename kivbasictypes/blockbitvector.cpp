@@ -300,50 +300,27 @@ uint32_t maskTo(int32_t bit) { return (bit & 31) == 31 ? ~0u : ((2u << (bit & 31
 
 } // namespace
 
-bool BlockBitVector::setRange(int32_t from, int32_t to) {
-  const int32_t last = lastBit();
-  if (from > last)
-    return false;
-  from = std::max(from, 0);
-  to = std::min(to, last);
-  for (int32_t b = from >> 15; b <= (to >> 15) && from <= to; ++b) {
-    const int32_t lo = std::max(from, b * kBits);
-    const int32_t hi = std::min(to, b * kBits + kBits - 1);
-    if (lo == b * kBits && hi == b * kBits + kBits - 1) {
-      makeUniform(b, kBits);
-      continue;
-    }
-    if (!blocks_[b] && counts_[b] == kBits)
-      continue;
-    uint32_t* block = materialise(b);
-    for (int32_t w = lo >> 5; w <= (hi >> 5); ++w) {
-      uint32_t mask = ~0u;
-      if (w == (lo >> 5))
-        mask &= maskFrom(lo);
-      if (w == (hi >> 5))
-        mask &= maskTo(hi);
-      block[w & (kWords - 1)] |= mask;
-    }
-    counts_[b] = -1;
-  }
-  numSet_ = -1;
-  return true;
-}
+bool BlockBitVector::setRange(int32_t from, int32_t to) { return fillRange(from, to, true); }
 
-bool BlockBitVector::clearRange(int32_t from, int32_t to) {
+bool BlockBitVector::clearRange(int32_t from, int32_t to) { return fillRange(from, to, false); }
+
+// Whole blocks become uniform without storage; a block already uniform with
+// the wanted value is left as it is; the rest is written word by word.
+bool BlockBitVector::fillRange(int32_t from, int32_t to, bool on) {
   const int32_t last = lastBit();
   if (from > last)
     return false;
   from = std::max(from, 0);
   to = std::min(to, last);
+  const int32_t uniform = on ? kBits : 0;
   for (int32_t b = from >> 15; b <= (to >> 15) && from <= to; ++b) {
     const int32_t lo = std::max(from, b * kBits);
     const int32_t hi = std::min(to, b * kBits + kBits - 1);
     if (lo == b * kBits && hi == b * kBits + kBits - 1) {
-      makeUniform(b, 0);
+      makeUniform(b, uniform);
       continue;
     }
-    if (!blocks_[b] && counts_[b] == 0)
+    if (!blocks_[b] && counts_[b] == uniform)
       continue;
     uint32_t* block = materialise(b);
     for (int32_t w = lo >> 5; w <= (hi >> 5); ++w) {
@@ -352,7 +329,8 @@ bool BlockBitVector::clearRange(int32_t from, int32_t to) {
         mask &= maskFrom(lo);
       if (w == (hi >> 5))
         mask &= maskTo(hi);
-      block[w & (kWords - 1)] &= ~mask;
+      uint32_t& word = block[w & (kWords - 1)];
+      word = on ? (word | mask) : (word & ~mask);
     }
     counts_[b] = -1;
   }

@@ -84,6 +84,7 @@ private:
   void cutTo(int32_t block);
   void makeUniform(int32_t b, int32_t count);
   uint32_t* materialise(int32_t b);
+  bool fillRange(int32_t from, int32_t to, bool on);
   int32_t blockCount(int32_t b) const;
   void applyBlock(int32_t b, Op op, const View& view);
   template <class Other>
