@@ -259,6 +259,17 @@ void answerScope(Scope* self, const char* className, const char* ifaceName, cons
   kivAnswer(name, "IKivUnknown", static_cast<IKivUnknown*>(static_cast<Iface*>(self)), out);
 }
 
+// A split and a subdivision also answer to their common base.
+template <class Scope, class Iface>
+void answerSplitScope(Scope* self, const char* className, const char* ifaceName, const char* name,
+                      void** out) {
+  if (name && std::strcmp(name, "IKivProgressSplitBase") == 0) {
+    *out = static_cast<IKivProgressSplitBase*>(self);
+    return;
+  }
+  answerScope<Scope, Iface>(self, className, ifaceName, name, out);
+}
+
 } // namespace
 
 TovProgressSplit::TovProgressSplit(IKivProgress* progress) : TovProgressScope(progress) {}
@@ -272,12 +283,8 @@ TovProgressSplit::~TovProgressSplit() {
 }
 
 void TovProgressSplit::queryInterface(const char* name, void** out) {
-  if (name && std::strcmp(name, "IKivProgressSplitBase") == 0) {
-    *out = static_cast<IKivProgressSplitBase*>(this);
-    return;
-  }
-  answerScope<TovProgressSplit, IKivProgressSplit>(this, "TovProgressSplit", "IKivProgressSplit",
-                                                   name, out);
+  answerSplitScope<TovProgressSplit, IKivProgressSplit>(this, "TovProgressSplit",
+                                                        "IKivProgressSplit", name, out);
 }
 
 bool TovProgressSplit::begin(int32_t steps) {
@@ -304,12 +311,8 @@ TovProgressSubdivide::~TovProgressSubdivide() {
 }
 
 void TovProgressSubdivide::queryInterface(const char* name, void** out) {
-  if (name && std::strcmp(name, "IKivProgressSplitBase") == 0) {
-    *out = static_cast<IKivProgressSplitBase*>(this);
-    return;
-  }
-  answerScope<TovProgressSubdivide, IKivProgressSubdivide>(this, "TovProgressSubdivide",
-                                                           "IKivProgressSubdivide", name, out);
+  answerSplitScope<TovProgressSubdivide, IKivProgressSubdivide>(this, "TovProgressSubdivide",
+                                                                "IKivProgressSubdivide", name, out);
 }
 
 bool TovProgressSubdivide::begin(const float* weights) {
